@@ -1,0 +1,10 @@
+// Corvane: the whole public interface. A host program includes this header
+// and links libcorvane.so.
+#pragma once
+
+#include "core/audio_params.h"
+#include "core/bit_reader.h"
+#include "core/frame.h"
+#include "core/types.h"
+#include "platform/buffer_alloc.h"
+#include "platform/logger.h"

@@ -1,0 +1,53 @@
+// corvane: drives every subsystem of the library on real files.
+#include <cstdio>
+#include <exception>
+#include <string>
+#include <vector>
+
+#include "command.h"
+
+using corvane::tool::Command;
+using corvane::tool::Commands;
+using corvane::tool::FindCommand;
+
+namespace {
+
+void PrintCommandList(FILE* out) {
+  std::fprintf(out, "usage: corvane COMMAND [ARGS]   (corvane COMMAND --help for its options)\n\ncommands:\n");
+  for (const Command& command : Commands()) {
+    std::fprintf(out, "  %-14s %s\n", command.name.c_str(), command.summary.c_str());
+  }
+}
+
+bool WantsHelp(const std::vector<std::string>& args) {
+  for (const std::string& arg : args) {
+    if (arg == "--help" || arg == "-h") return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc < 2 || std::string(argv[1]) == "--help" || std::string(argv[1]) == "help") {
+    PrintCommandList(argc < 2 ? stderr : stdout);
+    return argc < 2 ? 2 : 0;
+  }
+  const Command* command = FindCommand(argv[1]);
+  if (command == nullptr) {
+    std::fprintf(stderr, "corvane: unknown command '%s'\n", argv[1]);
+    PrintCommandList(stderr);
+    return 2;
+  }
+  const std::vector<std::string> args(argv + 2, argv + argc);
+  if (WantsHelp(args)) {
+    std::fputs(command->usage.c_str(), stdout);
+    return 0;
+  }
+  try {
+    return command->run(args);
+  } catch (const std::exception& e) {
+    std::fprintf(stderr, "corvane %s: %s\n", command->name.c_str(), e.what());
+    return 1;
+  }
+}
