@@ -8,3 +8,4 @@
 #include "core/types.h"
 #include "platform/buffer_alloc.h"
 #include "platform/logger.h"
+#include "primitives/prim.h"
