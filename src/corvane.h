@@ -12,3 +12,4 @@
 #include "platform/logger.h"
 #include "platform/registry.h"
 #include "platform/win_app.h"
+#include "primitives/prim.h"
