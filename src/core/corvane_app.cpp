@@ -7,7 +7,9 @@
 #include <filesystem>
 #include <utility>
 
+#include "platform/logger.h"
 #include "platform/registry.h"
+#include "primitives/prim.h"
 
 namespace {
 
@@ -113,6 +115,9 @@ CCorvaneApp::CCorvaneApp(CPlatformPaths paths) : CWinAppQBX(std::move(paths)) {}
 
 bool CCorvaneApp::InitInstance() {
   CWinAppQBX::InitInstance();
+  PrimInit();
+  const PrimLibraryVersion* primitives = PrimGetLibVersion();
+  CLogger::Log(0, "Image   support lib: %s, %s", primitives->version, primitives->name);
   return true;
 }
 
