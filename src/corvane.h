@@ -6,5 +6,8 @@
 #include "core/bit_reader.h"
 #include "core/frame.h"
 #include "core/types.h"
+#include "deinterlace/bob_deinterlacer.h"
+#include "deinterlace/deinterlacer.h"
+#include "deinterlace/smart_field_deinterlacer.h"
 #include "platform/buffer_alloc.h"
 #include "platform/logger.h"
