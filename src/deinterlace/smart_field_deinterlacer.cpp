@@ -28,7 +28,7 @@ constexpr uint8_t kMapCr = 16;
 constexpr uint8_t kStatusInk = 235;
 constexpr uint8_t kStatusChroma = 128;
 constexpr int kStatusTop = 60;
-constexpr size_t kStatusMaxLength = 80;
+constexpr size_t kStatusMaxLength = 80;  // characters of the status line
 
 struct Plane {
   uint8_t* pixels;
@@ -285,6 +285,12 @@ void DrawStatusLine(CYUVFrame& frame, const char* text) {
   }
 }
 
+bool SameGeometry(const CYUVFrame& a, const CYUVFrame& b) {
+  return a.width == b.width && a.height == b.height && a.chroma == b.chroma;
+}
+
+CYUVFrame* NewFrameLike(const CYUVFrame& frame) { return new CYUVFrame(frame.width, frame.height, frame.chroma); }
+
 const char* StatusWords(CSmartFieldDeinterlacer::FRAME_STATUS status) {
   switch (status) {
     case CSmartFieldDeinterlacer::STATUS_DEINTERLACE_ALL: return "Deinterlacing all frames";
@@ -371,21 +377,11 @@ HRESULT CSmartFieldDeinterlacer::DeinterlaceFrameYV12() {
   return S_OK;
 }
 
-namespace {
-
-bool SameGeometry(const CYUVFrame& a, const CYUVFrame& b) {
-  return a.width == b.width && a.height == b.height && a.chroma == b.chroma;
-}
-
-CYUVFrame* NewFrameLike(const CYUVFrame& frame) { return new CYUVFrame(frame.width, frame.height, frame.chroma); }
-
-}  // namespace
-
 void CSmartFieldDeinterlacer::PrepareMapFrames() {
   if (combMapFrame != nullptr && motionMapFrame != nullptr && SameGeometry(*combMapFrame, *currentFrame)) return;
   delete combMapFrame;
   delete motionMapFrame;
-  combMapFrame = motionMapFrame = nullptr;
+  combMapFrame = motionMapFrame = nullptr;  // nothing dangles if an allocation throws
   combMapFrame = NewFrameLike(*currentFrame);
   motionMapFrame = NewFrameLike(*currentFrame);
 }
@@ -397,7 +393,8 @@ void CSmartFieldDeinterlacer::PrepareBlockCounters() {
     blockCount = 0;
     return;
   }
-  const int32_t count = ((currentFrame->height >> kBlockRowsShift) + 1) * ((currentFrame->width >> kBlockColumnsShift) + 1);
+  const int32_t count =
+      ((currentFrame->height >> kBlockRowsShift) + 1) * ((currentFrame->width >> kBlockColumnsShift) + 1);
   if (blockCounters != nullptr && blockCount == count) return;
   BufferFree(blockCounters);
   blockCounters = static_cast<int32_t*>(BufferMalloc(static_cast<size_t>(count) * sizeof(int32_t)));

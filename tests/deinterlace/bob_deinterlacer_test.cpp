@@ -43,7 +43,8 @@ TEST(BobDeinterlacerTest, OddRowsTakeTheRowAboveInLumaOnly) {
           << "row " << row << " column " << x;
     }
   }
-  EXPECT_EQ(0, std::memcmp(frame.u, before.data() + frame.lumaPlaneSize, 2 * static_cast<size_t>(frame.chromaPlaneSize)));
+  const size_t chromaBytes = 2 * static_cast<size_t>(frame.chromaPlaneSize);
+  EXPECT_EQ(0, std::memcmp(frame.u, before.data() + frame.lumaPlaneSize, chromaBytes)) << "chroma stays";
 
   const std::vector<uint8_t> once = Block(frame);
   frame.y[0] = 3;  // a second call must not copy this down

@@ -70,7 +70,8 @@ inline std::vector<uint8_t> Block(const CYUVFrame& frame) { return {frame.y, fra
 class LogCapture {
  public:
   LogCapture() {
-    CLogger::SetSink([this](int level, const std::string& line) { lines.push_back(std::to_string(level) + ":" + line); });
+    CLogger::SetSink(
+        [this](int level, const std::string& line) { lines.push_back(std::to_string(level) + ":" + line); });
   }
   ~LogCapture() { CLogger::SetSink(nullptr); }
   LogCapture(const LogCapture&) = delete;

@@ -29,8 +29,9 @@ class ReferenceDeinterlacer {
     MapLuma(frame);
     MapChroma(frame, frame.u);
     MapChroma(frame, frame.v);
-    CSmartFieldDeinterlacer::FRAME_STATUS status = CSmartFieldDeinterlacer::STATUS_DEINTERLACE_ALL;
-    if (!s_.deinterlaceAll) status = CountBlocks() ? CSmartFieldDeinterlacer::STATUS_COMBED : CSmartFieldDeinterlacer::STATUS_CLEAN;
+    using Status = CSmartFieldDeinterlacer::FRAME_STATUS;
+    Status status = CSmartFieldDeinterlacer::STATUS_DEINTERLACE_ALL;
+    if (!s_.deinterlaceAll) status = CountBlocks() ? Status::STATUS_COMBED : Status::STATUS_CLEAN;
     if (status == CSmartFieldDeinterlacer::STATUS_CLEAN) return status;
     if (s_.showMotionMap) {
       Paint(frame);
@@ -74,7 +75,8 @@ class ReferenceDeinterlacer {
         if (rows_ == 2) mapRows = {2 * y, 2 * y + 1, (y & 1) != 0 ? 2 * y - 1 : 2 * y + 2};
         for (int row : mapRows) {
           for (int c = 0; c < columns_; ++c) {
-            if (!s_.deinterlaceAll && s_.useChroma && Exceeds(p, s_.combThreshold)) At(comb, columns_ * x + c, row) = 255;
+            const bool combs = !s_.deinterlaceAll && s_.useChroma && Exceeds(p, s_.combThreshold);
+            if (combs) At(comb, columns_ * x + c, row) = 255;
             if (Exceeds(p, s_.motionThreshold)) At(motion, columns_ * x + c, row) = 255;
           }
         }
@@ -103,7 +105,9 @@ class ReferenceDeinterlacer {
     if (!s_.blend) {
       for (int y = 1; y <= h - 2; y += 2) {
         for (int x = 0; x < w; ++x) {
-          if (At(motion, columns * x, rows * y) != 0) px(x, y) = static_cast<uint8_t>((px(x, y - 1) + px(x, y + 1) + 1) >> 1);
+          if (At(motion, columns * x, rows * y) != 0) {
+            px(x, y) = static_cast<uint8_t>((px(x, y - 1) + px(x, y + 1) + 1) >> 1);
+          }
         }
       }
       return;

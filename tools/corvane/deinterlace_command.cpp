@@ -94,7 +94,9 @@ void PrintSummary(const Tally& tally, bool smart, const std::string& output) {
   std::fprintf(stderr, "deinterlace: %" PRIu64 " frames", tally.frames);
   if (smart) {
     std::fprintf(stderr, ": %" PRIu64 " combed, %" PRIu64 " clean (untouched)", tally.combed, tally.clean);
-    if (tally.deinterlaced != 0) std::fprintf(stderr, ", %" PRIu64 " deinterlaced without the comb test", tally.deinterlaced);
+    if (tally.deinterlaced != 0) {
+      std::fprintf(stderr, ", %" PRIu64 " deinterlaced without the comb test", tally.deinterlaced);
+    }
   } else {
     std::fprintf(stderr, ": %" PRIu64 " deinterlaced by bob", tally.deinterlaced);
   }
