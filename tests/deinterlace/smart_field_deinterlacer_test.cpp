@@ -204,25 +204,6 @@ TEST_F(SmartTest, MotionMapIsPaintedOnlyOnCombedFrames) {
   }
 }
 
-TEST_F(SmartTest, OddSizedPaintingCutsSquaresAtThePictureEdge) {
-  Settings settings;
-  settings.showMotionMap = true;
-  settings.deinterlaceAll = true;
-  OpenDeinterlacer deinterlacer(settings);
-  CYUVFrame frame = FlatFrame(15, 13, 100, 128, 128);
-  Y(frame, 14, 6) = 250;  // marks (14, 6) alone; its square is cut to one column
-  const std::vector<uint8_t> before = Block(frame);
-  deinterlacer.DeinterlaceFrame(frame);
-  EXPECT_EQ(Y(frame, 14, 6), 235);
-  EXPECT_EQ(Y(frame, 14, 7), 235);
-  EXPECT_EQ(Y(frame, 13, 6), 121);
-  EXPECT_EQ(Y(frame, 14, 8), 121);
-  EXPECT_EQ(Y(frame, 3, 12), 235) << "the last row pairs with nothing below";
-  EXPECT_EQ(frame.y[6 * frame.stride + 15], before[static_cast<size_t>(6 * frame.stride + 15)])
-      << "the padding column is not painted";
-  EXPECT_EQ(frame.y[13 * frame.stride], before[static_cast<size_t>(13 * frame.stride)]);
-}
-
 TEST_F(SmartTest, BlendChangesFirstAndLastRowsWithoutRounding) {
   Settings settings;
   settings.blend = true;
@@ -319,32 +300,6 @@ TEST_F(SmartTest, ChromaMarksThreeMapRowsAndCombsOnlyWithUseChroma) {
               useChroma ? CSmartFieldDeinterlacer::STATUS_COMBED : CSmartFieldDeinterlacer::STATUS_CLEAN);
     EXPECT_EQ(deinterlacer->Motion(0, 9), 255) << "chroma motion marks regardless";
     EXPECT_EQ(Block(striped) == before, !useChroma);
-  }
-}
-
-TEST_F(SmartTest, FullHeightChromaMapsOntoItsOwnRow) {
-  for (CHROMA chroma : {CHROMA_422, CHROMA_444}) {
-    const int columns = chroma == CHROMA_422 ? 2 : 1;
-    OpenDeinterlacer deinterlacer(Settings{});
-    CYUVFrame frame = FlatFrame(32, 32, 100, 128, 128, chroma);
-    U(frame, 2, 3) = 250;
-    deinterlacer.DeinterlaceFrame(frame);
-    for (int y = 1; y < 31; ++y) {
-      for (int x = 0; x < 32; ++x) {
-        const bool marked = y == 3 && x >= 2 * columns && x < 3 * columns;
-        ASSERT_EQ(deinterlacer.Motion(x, y), marked ? 255 : 0) << chroma << ": " << x << "," << y;
-      }
-    }
-
-    // A striped frame has its odd chroma rows averaged, as the luma rows.
-    CYUVFrame striped = StripedFrame(32, 32, chroma);
-    deinterlacer.DeinterlaceFrame(striped);
-    EXPECT_EQ(deinterlacer.LastFrameStatus(), CSmartFieldDeinterlacer::STATUS_COMBED);
-    for (int y = 1; y < 31; y += 2) {
-      EXPECT_EQ(U(striped, ChromaWidth(striped) - 1, y), 142 + 3 * (y / 2)) << chroma << ": " << y;
-      EXPECT_EQ(V(striped, 0, y), 93 + 5 * (y / 2)) << chroma << ": " << y;
-    }
-    EXPECT_EQ(U(striped, 0, 31), 60) << "the last row is not repaired";
   }
 }
 
