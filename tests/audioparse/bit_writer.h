@@ -22,6 +22,11 @@ class BitWriter {
     ++bitCount_;
   }
 
+  // Appends every bit that `other` holds.
+  void Append(const BitWriter& other) {
+    for (size_t i = 0; i < other.bitCount_; ++i) PutBit(((other.bytes_[i / 8] >> (7 - i % 8)) & 1u) != 0);
+  }
+
   // Zero bits up to the next byte boundary.
   void AlignToByte() {
     while (bitCount_ % 8 != 0) PutBit(false);
