@@ -12,7 +12,7 @@
 namespace corvane::tool {
 namespace {
 
-constexpr size_t kReadChunk = 1 << 20;
+constexpr size_t kReadChunk = 1 << 16;
 constexpr uint64_t kProgressStep = 1 << 20;
 
 // Everything a parser may remember between frames: the MPEG parser keeps
@@ -193,8 +193,10 @@ const AudioFormat kFormats[] = {
     {"aac-latm", 0x2B7, 11, 3 + kLargestLOASPayload, ParseLOAS},
 };
 
+size_t SyncBytes(const AudioFormat& format) { return static_cast<size_t>(format.syncBits + 7) / 8; }
+
 bool StartsWithSync(StreamWindow& window, uint64_t offset, const AudioFormat& format) {
-  const size_t syncBytes = static_cast<size_t>(format.syncBits + 7) / 8;
+  const size_t syncBytes = SyncBytes(format);
   if (window.Available(offset, syncBytes) < syncBytes) return false;
   CBitReader reader(window.At(offset));
   return reader.ReadBits(format.syncBits) == format.syncWord;
@@ -212,15 +214,17 @@ uint32_t ParseAt(StreamWindow& window, uint64_t offset, const AudioFormat& forma
 }
 
 // A frame counts as found only when the next one follows it, or the stream
-// ends exactly behind it. The parser state is tried on a copy.
+// ends behind it before a next sync word could. The parser state is tried
+// on a copy.
 bool IsConfirmedFrame(StreamWindow& window, uint64_t offset, const AudioFormat& format, const StreamState& state) {
   if (!StartsWithSync(window, offset, format)) return false;
   StreamState trial = state;
   const uint32_t size = ParseAt(window, offset, format, trial);
   if (size == 0) return false;
-  const size_t available = window.Available(offset, size + 1);
-  if (available == size) return true;
-  return available > size && ParseAt(window, offset + size, format, trial) != 0;
+  const size_t available = window.Available(offset, size + SyncBytes(format));
+  if (available < size) return false;
+  if (available < size + SyncBytes(format)) return true;
+  return ParseAt(window, offset + size, format, trial) != 0;
 }
 
 struct SyncPoint {
