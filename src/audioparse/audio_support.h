@@ -202,3 +202,6 @@ class CAudioSupport {
   // Level and sample conversions, sampling-rate conversion: audioproc/
   // ---------------------------------------------------------------------
 };
+
+// The ADTS header crosses the boundary as fifteen 32-bit fields in stream order.
+static_assert(sizeof(CAudioSupport::CADTS_Header) == 15 * sizeof(int32_t));

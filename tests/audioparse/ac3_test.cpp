@@ -96,18 +96,6 @@ TEST(AC3Test, EveryFrameSizeCodeAtEveryRate) {
   }
 }
 
-TEST(AC3Test, The44kHzCodesOfOneRateDifferByOneWord) {
-  CAudioStreamParameters params;
-  EXPECT_EQ(CAudioSupport::ComputeAC3AudioFrameSize(params, 0, 44100), 138u);
-  EXPECT_EQ(CAudioSupport::ComputeAC3AudioFrameSize(params, 1, 44100), 140u);
-  for (int code = 0; code < 38; code += 2) {
-    EXPECT_EQ(CAudioSupport::ComputeAC3AudioFrameSize(params, code + 1, 44100),
-              CAudioSupport::ComputeAC3AudioFrameSize(params, code, 44100) + 2);
-    EXPECT_EQ(CAudioSupport::ComputeAC3AudioFrameSize(params, code + 1, 48000),
-              CAudioSupport::ComputeAC3AudioFrameSize(params, code, 48000));
-  }
-}
-
 TEST(AC3Test, CodesAbove37AndRateCode3AreRefused) {
   for (uint32_t code = 38; code < 64; ++code) {
     CAudioStreamParameters params;

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -142,7 +143,7 @@ struct Decoded {
 
 // Decodes an AC-3 stream with FFmpeg, CRCs checked, into 16-bit PCM.
 Decoded DecodeWithFFmpeg(const std::vector<uint8_t>& stream, const std::string& name) {
-  const std::string input = ::testing::TempDir() + "corvane_silent_" + name + ".ac3";
+  const std::string input = ::testing::TempDir() + "corvane_silent_" + std::to_string(getpid()) + "_" + name + ".ac3";
   const std::string errors = input + ".err";
   FILE* out = std::fopen(input.c_str(), "wb");
   std::fwrite(stream.data(), 1, stream.size(), out);

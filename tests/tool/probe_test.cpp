@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -27,7 +28,7 @@ std::vector<uint8_t> ReadFile(const std::string& path) {
 
 ProbeReport Probe(const std::vector<uint8_t>& bytes) {
   FILE* stream = std::tmpfile();
-  std::fwrite(bytes.data(), 1, bytes.size(), stream);
+  if (!bytes.empty()) std::fwrite(bytes.data(), 1, bytes.size(), stream);
   std::rewind(stream);
   ProbeReport report = ProbeAudioStream(stream, "test stream");
   std::fclose(stream);
@@ -41,7 +42,7 @@ struct ToolRun {
 };
 
 ToolRun RunTool(const std::string& arguments) {
-  const std::string errors = ::testing::TempDir() + "corvane_probe_test.err";
+  const std::string errors = ::testing::TempDir() + "corvane_probe_test." + std::to_string(getpid()) + ".err";
   const std::string command = std::string(CORVANE_TOOL_PATH) + " " + arguments + " 2>'" + errors + "'";
   FILE* pipe = popen(command.c_str(), "r");
   ToolRun run;
@@ -57,7 +58,7 @@ ToolRun RunTool(const std::string& arguments) {
 }
 
 std::string WriteTemporary(const std::string& name, const std::vector<uint8_t>& bytes) {
-  const std::string path = ::testing::TempDir() + name;
+  const std::string path = ::testing::TempDir() + std::to_string(getpid()) + "_" + name;
   std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()),
                                                static_cast<std::streamsize>(bytes.size()));
   return path;
@@ -266,7 +267,7 @@ TEST(ProbeTest, JsonWithFramesFromStandardInput) {
 }
 
 TEST(SilentAC3CommandTest, WritesFramesThatProbeFinds) {
-  const std::string path = ::testing::TempDir() + "corvane_silent.ac3";
+  const std::string path = ::testing::TempDir() + std::to_string(getpid()) + "_corvane_silent.ac3";
   ToolRun run = RunTool("silent-ac3 --channels 6 --bitrate 500k --frames 12 -o '" + path + "'");
   EXPECT_EQ(run.status, 0) << run.err;
   const ProbeReport report = Probe(ReadFile(path));
