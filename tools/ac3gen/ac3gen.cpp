@@ -20,14 +20,14 @@ namespace {
 
 using corvane::test::BitWriter;
 
-struct SilentFrameSpec {
+struct SilentFrameRecipe {
   const char* name;
   uint32_t kbps;
   uint32_t frmsizecod;
   bool surround;  // 3/2 with LFE, else 2/0
 };
 
-constexpr SilentFrameSpec kFrames[] = {
+constexpr SilentFrameRecipe kFrames[] = {
     {"2.0_128", 128, 16, false}, {"2.0_160", 160, 18, false}, {"2.0_192", 192, 20, false},
     {"2.0_224", 224, 22, false}, {"2.0_256", 256, 24, false}, {"2.0_320", 320, 26, false},
     {"2.0_384", 384, 28, false}, {"2.0_448", 448, 30, false}, {"5.1_384", 384, 28, true},
@@ -186,16 +186,16 @@ void SetCrc2(std::vector<uint8_t>& frame) {
   frame[frame.size() - 1] = static_cast<uint8_t>(crc2);
 }
 
-std::vector<uint8_t> BuildSilentFrame(const SilentFrameSpec& spec) {
+std::vector<uint8_t> BuildSilentFrame(const SilentFrameRecipe& recipe) {
   // 1536 samples at 48 kHz: kbps * 1000 * 1536 / 48000 / 8 bytes.
-  const size_t frameBytes = spec.kbps * 4;
-  const uint32_t acmod = spec.surround ? kAcmod3_2 : kAcmodStereo;
-  const uint32_t channels = spec.surround ? 5 : 2;
+  const size_t frameBytes = recipe.kbps * 4;
+  const uint32_t acmod = recipe.surround ? kAcmod3_2 : kAcmodStereo;
+  const uint32_t channels = recipe.surround ? 5 : 2;
   BitWriter w;
-  WriteSyncInfo(w, spec.frmsizecod);
-  WriteBsi(w, acmod, spec.surround);
+  WriteSyncInfo(w, recipe.frmsizecod);
+  WriteBsi(w, acmod, recipe.surround);
   for (uint32_t block = 0; block < kBlocksPerFrame; ++block) {
-    WriteSilentBlock(w, acmod, spec.surround, channels, block == 0);
+    WriteSilentBlock(w, acmod, recipe.surround, channels, block == 0);
   }
   // Zero fill: unused auxbits, auxdatae 0, crcrsv 0; then crc2.
   w.PadToSize(frameBytes - 2);
@@ -205,7 +205,7 @@ std::vector<uint8_t> BuildSilentFrame(const SilentFrameSpec& spec) {
   SetCrc2(frame);
   if (Crc16(frame.data() + 2, FiveEighthsBytes(frame.size()) - 2) != 0 ||
       Crc16(frame.data() + 2, frame.size() - 2) != 0) {
-    std::fprintf(stderr, "corvane_ac3gen: %s: CRC check of the built frame failed\n", spec.name);
+    std::fprintf(stderr, "corvane_ac3gen: %s: CRC check of the built frame failed\n", recipe.name);
     std::exit(1);
   }
   return frame;
@@ -223,19 +223,19 @@ void WriteTable(FILE* out) {
                "// Ten AC-3 syncframes of digital silence at 48 kHz, built bit by bit after\n"
                "// ATSC A/52, both CRCs valid.\n"
                "#include \"audioparse/silent_ac3_frames.h\"\n\nnamespace {\n");
-  for (const SilentFrameSpec& spec : kFrames) {
-    const std::vector<uint8_t> frame = BuildSilentFrame(spec);
-    std::fprintf(out, "\n// %s: %u kbit/s, %s\nconst uint8_t %s[%zu] = {", spec.name, spec.kbps,
-                 spec.surround ? "3/2 with LFE" : "2/0", ArrayName(spec.name).c_str(), frame.size());
+  for (const SilentFrameRecipe& recipe : kFrames) {
+    const std::vector<uint8_t> frame = BuildSilentFrame(recipe);
+    std::fprintf(out, "\n// %s: %u kbit/s, %s\nconst uint8_t %s[%zu] = {", recipe.name, recipe.kbps,
+                 recipe.surround ? "3/2 with LFE" : "2/0", ArrayName(recipe.name).c_str(), frame.size());
     for (size_t i = 0; i < frame.size(); ++i) {
       std::fprintf(out, "%s0x%02x,", i % 16 == 0 ? "\n    " : " ", frame[i]);
     }
     std::fprintf(out, "\n};\n");
   }
   std::fprintf(out, "\n}  // namespace\n\nconst SilentAC3FrameData g_silentAC3Frames[] = {\n");
-  for (const SilentFrameSpec& spec : kFrames) {
-    const std::string array = ArrayName(spec.name);
-    std::fprintf(out, "    {\"%s\", %s, sizeof(%s)},\n", spec.name, array.c_str(), array.c_str());
+  for (const SilentFrameRecipe& recipe : kFrames) {
+    const std::string array = ArrayName(recipe.name);
+    std::fprintf(out, "    {\"%s\", %s, sizeof(%s)},\n", recipe.name, array.c_str(), array.c_str());
   }
   std::fprintf(out, "};\n\nconst size_t g_silentAC3FrameCount = sizeof(g_silentAC3Frames) / sizeof(g_silentAC3Frames[0]);\n");
 }
