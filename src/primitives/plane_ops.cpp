@@ -21,7 +21,7 @@ void ForEachRow(const uint8_t* src, int srcStep, uint8_t* dst, int dstStep, int 
   for (int row = 0; row < height; ++row) op(RowOf(src, srcStep, row), RowOf(dst, dstStep, row), widthBytes);
 }
 
-// a * b / 255 as the primitives round it; M(255, b) = b.
+// a * b / 255 rounded down, for bytes a and b, without a division.
 uint8_t ScaleBy255(int a, int b) {
   const int product = a * b;
   return static_cast<uint8_t>((product + 1 + (product >> 8)) >> 8);
