@@ -105,9 +105,8 @@ TEST(ChromaResampleTest, From420To422InterlacedFiltersEachField) {
     src.FillRandom(random);
     const bool odd = size.width % 2 != 0 || size.height % 4 != 0;
     ForEachSlot([&] {
-      ASSERT_EQ(
-          PrimYCbCr420To422Interlaced(src.pointers, src.steps, dst.pointers, dst.steps, size.width, size.height),
-          odd ? PrimStsOddSize : PrimStsNoErr);
+      ASSERT_EQ(PrimYCbCr420To422Interlaced(src.pointers, src.steps, dst.pointers, dst.steps, size.width, size.height),
+                odd ? PrimStsOddSize : PrimStsNoErr);
       for (int c = 1; c < 3; ++c) {
         for (int y = 0; y < h; ++y) {
           for (int x = 0; x < cw; ++x) {

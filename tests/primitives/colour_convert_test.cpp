@@ -68,10 +68,11 @@ Pixel ExpectedYUV(int r, int g, int b) {
   return {FloorDiv(s, 16), u & 0xFF, Clamp(v)};
 }
 
-void ExpectPixel(const uint8_t* p, Pixel expected, int x, int y) {
-  ASSERT_EQ(p[0], expected.c0) << "pixel " << x << "," << y;
-  ASSERT_EQ(p[1], expected.c1) << "pixel " << x << "," << y;
-  ASSERT_EQ(p[2], expected.c2) << "pixel " << x << "," << y;
+::testing::AssertionResult PixelIs(const uint8_t* p, Pixel expected, int x, int y) {
+  if (p[0] == expected.c0 && p[1] == expected.c1 && p[2] == expected.c2) return ::testing::AssertionSuccess();
+  return ::testing::AssertionFailure() << "pixel " << x << "," << y << " is " << int{p[0]} << " " << int{p[1]} << " "
+                                       << int{p[2]} << ", expected " << expected.c0 << " " << expected.c1 << " "
+                                       << expected.c2;
 }
 
 // --- Hand-worked values ---
@@ -217,12 +218,12 @@ void CheckPlanarToPacked(PlanarToPacked convert, Pixel (*expected)(int, int, int
         for (int x = 0; x < c.width; ++x) {
           if (x < doneWidth && y < doneHeight) {
             const int cy = y >> chromaRowShift;
-            ExpectPixel(&dst.at(3 * x, y),
-                        expected(src.planes[0].at(x, y), src.planes[1].at(x / 2, cy), src.planes[2].at(x / 2, cy)), x,
-                        y);
+            const Pixel want =
+                expected(src.planes[0].at(x, y), src.planes[1].at(x / 2, cy), src.planes[2].at(x / 2, cy));
+            ASSERT_TRUE(PixelIs(&dst.at(3 * x, y), want, x, y));
           } else {
-            ExpectPixel(&dst.at(3 * x, y), {before.at(3 * x, y), before.at(3 * x + 1, y), before.at(3 * x + 2, y)}, x,
-                        y);
+            const Pixel unchanged{before.at(3 * x, y), before.at(3 * x + 1, y), before.at(3 * x + 2, y)};
+            ASSERT_TRUE(PixelIs(&dst.at(3 * x, y), unchanged, x, y));
           }
         }
       }
@@ -247,25 +248,35 @@ TEST(ColourConvertTest, YCbCr422ToBGRMatchesFormulaOnRandomPictures) {
 // Every combination of the three samples, so that each carry of the halves
 // arithmetic is met: chroma sample i has Cr = i, and over 64 calls its four
 // pixels take every luma value.
-TEST(ColourConvertTest, YCbCr420ToRGBMatchesFormulaForEverySampleTriple) {
-  TestPlanes src(512, 2, 256, 1);
+void CheckEverySampleTriple(PlanarToPacked convert, Pixel (*expected)(int, int, int), int chromaRows) {
+  TestPlanes src(512, 2, 256, chromaRows);
   TestImage dst(3 * 512, 2);
-  for (int cr = 0; cr < 256; ++cr) src.planes[2].at(cr, 0) = static_cast<uint8_t>(cr);
   const auto luma = [](int x, int row, int k) { return (4 * k + 2 * row + x % 2 + x / 2) & 0xFF; };
   for (int cb = 0; cb < 256; ++cb) {
-    for (int i = 0; i < 256; ++i) src.planes[1].at(i, 0) = static_cast<uint8_t>(cb);
+    for (int row = 0; row < chromaRows; ++row) {
+      for (int i = 0; i < 256; ++i) {
+        src.planes[1].at(i, row) = static_cast<uint8_t>(cb);
+        src.planes[2].at(i, row) = static_cast<uint8_t>(i);
+      }
+    }
     for (int k = 0; k < 64; ++k) {
       for (int row = 0; row < 2; ++row) {
         for (int x = 0; x < 512; ++x) src.planes[0].at(x, row) = static_cast<uint8_t>(luma(x, row, k));
       }
-      ASSERT_EQ(PrimYCbCr420ToRGB(src.pointers, src.steps, dst.data(), dst.step(), 512, 2), PrimStsNoErr);
+      ASSERT_EQ(convert(src.pointers, src.steps, dst.data(), dst.step(), 512, 2), PrimStsNoErr);
       for (int row = 0; row < 2; ++row) {
         for (int x = 0; x < 512; ++x) {
-          ExpectPixel(&dst.at(3 * x, row), Expected420ToRGB(luma(x, row, k), cb, x / 2), x, row);
+          ASSERT_TRUE(PixelIs(&dst.at(3 * x, row), expected(luma(x, row, k), cb, x / 2), x, row));
         }
       }
     }
   }
+}
+
+TEST(ColourConvertTest, PlanarToPackedMatchFormulaForEverySampleTriple) {
+  CheckEverySampleTriple(PrimYCbCr420ToRGB, Expected420ToRGB, 1);
+  CheckEverySampleTriple(PrimYCbCr422ToRGB, Expected422ToRGB, 2);
+  CheckEverySampleTriple(PrimYCbCr422ToBGR, Expected422ToBGR, 2);
 }
 
 TEST(ColourConvertTest, PackedYCbCrToRGBMatchesFormulaOnRandomPictures) {
@@ -277,7 +288,7 @@ TEST(ColourConvertTest, PackedYCbCrToRGBMatchesFormulaOnRandomPictures) {
     for (int y = 0; y < c.height; ++y) {
       for (int x = 0; x < c.width; ++x) {
         const uint8_t* p = &src.at(3 * x, y);
-        ExpectPixel(&dst.at(3 * x, y), ExpectedYCbCrToRGB(p[0], p[1], p[2]), x, y);
+        ASSERT_TRUE(PixelIs(&dst.at(3 * x, y), ExpectedYCbCrToRGB(p[0], p[1], p[2]), x, y));
       }
     }
     EXPECT_TRUE(dst.GuardsIntact());

@@ -35,8 +35,8 @@ void CheckBinaryOp(int bytesPerPixel, Op op, Expected expected) {
       ASSERT_EQ(op(a, b, out, s.width, s.height), PrimStsNoErr);
       for (int y = 0; y < s.height; ++y) {
         for (int x = 0; x < rowBytes; ++x) {
-          ASSERT_EQ(out.at(x, y), expected(a.at(x, y), b.at(x, y))) << x << "," << y << " of " << int(a.at(x, y))
-                                                                    << ", " << int(b.at(x, y));
+          ASSERT_EQ(out.at(x, y), expected(a.at(x, y), b.at(x, y)))
+              << x << "," << y << " of " << int(a.at(x, y)) << ", " << int(b.at(x, y));
         }
       }
       EXPECT_TRUE(out.GuardsIntact());
@@ -54,7 +54,8 @@ TEST(PlaneOpsTest, CopySetAndSetRGB) {
       },
       [](int a, int) { return a; });
   CheckBinaryOp(
-      1, [](const TestImage&, const TestImage&, TestImage& out, int w, int h) {
+      1,
+      [](const TestImage&, const TestImage&, TestImage& out, int w, int h) {
         return PrimSetPlane(77, out.data(), out.step(), w, h);
       },
       [](int, int) { return 77; });
@@ -164,8 +165,7 @@ TEST(PlaneOpsTest, CompareConstForEachCode) {
       CheckBinaryOp(
           1,
           [op, value](const TestImage& a, const TestImage&, TestImage& out, int w, int h) {
-            return PrimCompareConst(a.data(), a.step(), static_cast<uint8_t>(value), out.data(), out.step(), w, h,
-                                    op);
+            return PrimCompareConst(a.data(), a.step(), static_cast<uint8_t>(value), out.data(), out.step(), w, h, op);
           },
           [op, value, &holds](int a, int) { return holds[op](a, value) ? 255 : 0; });
     }
@@ -229,8 +229,8 @@ TEST(PlaneOpsTest, AlphaOverOnRandomImages) {
     CheckBinaryOp(
         3,
         [alpha](const TestImage& a, const TestImage& b, TestImage& out, int w, int h) {
-          return PrimAlphaCompRGB(a.data(), a.step(), static_cast<uint8_t>(alpha), b.data(), b.step(), 255,
-                                  out.data(), out.step(), w, h, PrimAlphaOver);
+          return PrimAlphaCompRGB(a.data(), a.step(), static_cast<uint8_t>(alpha), b.data(), b.step(), 255, out.data(),
+                                  out.step(), w, h, PrimAlphaOver);
         },
         [alpha](int a, int b) { return std::min(255, a * alpha / 255 + b * (255 - alpha) / 255); });
   }
