@@ -131,11 +131,9 @@ uint16_t ChannelValue(Halves y, const ChromaSums& sums, int c, int i) {
   return static_cast<uint16_t>(std::clamp<int16_t>(value, 0, 255));
 }
 
-// A converted pair as it is stored: the first pixel and the first byte of the
-// second in `lead`, the last two bytes in `tail`.
+// Converted pairs, each in the low 6 bytes of a word.
 struct PairWords {
-  uint32_t lead[kChunkPairs];
-  uint16_t tail[kChunkPairs];
+  uint64_t pair[kChunkPairs];
 };
 
 template <const YCbCrToRGBWeights& w, const ChannelOrder& order>
@@ -148,18 +146,21 @@ void ConvertPairs(const uint8_t* luma, const ChromaSums& sums, int count, PairWo
       p0[c] = ChannelValue(y0, sums, c, i);
       p1[c] = ChannelValue(y1, sums, c, i);
     }
-    words.lead[i] =
-        p0[order.first] | p0[order.second] << 8 | p0[order.third] << 16 | static_cast<uint32_t>(p1[order.first]) << 24;
-    words.tail[i] = static_cast<uint16_t>(p1[order.second] | p1[order.third] << 8);
+    // Byte pairs first: 16-bit lanes are what the vectoriser packs cheaply.
+    const auto bytePair = [](uint16_t low, uint16_t high) { return static_cast<uint16_t>(low | high << 8); };
+    const uint32_t lead = bytePair(p0[order.first], p0[order.second]) |
+                          static_cast<uint32_t>(bytePair(p0[order.third], p1[order.first])) << 16;
+    words.pair[i] = lead | static_cast<uint64_t>(bytePair(p1[order.second], p1[order.third])) << 32;
   }
 }
 
-// Two stores a pair, each inside the pair's 6 bytes.
-void StorePairs(const PairWords& words, int count, uint8_t* out) {
-  for (int i = 0; i < count; ++i) {
-    std::memcpy(out + 6 * i, &words.lead[i], 4);
-    std::memcpy(out + 6 * i + 4, &words.tail[i], 2);
-  }
+// One 8-byte store a pair: its last two bytes are overwritten by the next
+// pair, and the last pair of a row stores its 6 bytes alone.
+void StorePairs(const PairWords& words, int count, uint8_t* out, bool rowEnds) {
+  const int overlapping = rowEnds ? count - 1 : count;
+#pragma GCC unroll 4
+  for (int i = 0; i < overlapping; ++i) std::memcpy(out + 6 * i, &words.pair[i], 8);
+  if (rowEnds && count > 0) std::memcpy(out + 6 * (count - 1), &words.pair[count - 1], 6);
 }
 
 // Planar 4:2:x to packed pixels: each chroma row serves 1 << chromaRowShift
@@ -180,7 +181,7 @@ void ConvertPlanarToPacked(const uint8_t* const src[3], const int srcStep[3], ui
       PrepareChromaSums<w>(cb + start, cr + start, count, sums);
       for (int k = 0; k < rowsOfChroma; ++k) {
         ConvertPairs<w, order>(RowOf(src[0], srcStep[0], row + k) + 2 * start, sums, count, words);
-        StorePairs(words, count, RowOf(dst, dstStep, row + k) + 6 * start);
+        StorePairs(words, count, RowOf(dst, dstStep, row + k) + 6 * start, start + count == pairs);
       }
     }
     if (width % 2 != 0) {
