@@ -31,15 +31,21 @@ struct YCbCrToRGBWeights {
   int32_t offsetR, offsetG, offsetB;
 };
 
-constexpr YCbCrToRGBWeights kYCbCrToRGBWeights = {76284, 104595,   -25690,   -53281,  132186,
-                                                  128,   -1220544, -1220544, -1220544};
+// clang-format off
+constexpr YCbCrToRGBWeights kYCbCrToRGBWeights = {
+    .y = 76284, .crToR = 104595, .cbToG = -25690, .crToG = -53281, .cbToB = 132186,
+    .chromaBias = 128, .offsetR = -1220544, .offsetG = -1220544, .offsetB = -1220544};
 // 1187776 = 1220544 - 32768: this one has a rounding term.
-constexpr YCbCrToRGBWeights kYCbCr420ToRGBWeights = {76284, 104595,   -25690,   -53281,  132186,
-                                                     128,   -1187776, -1187776, -1187776};
-constexpr YCbCrToRGBWeights kYCbCr422ToRGBWeights = {76282, 104593,   -25689,   -53279,  132184,
-                                                     128,   -1220512, -1220512, -1220512};
-constexpr YCbCrToRGBWeights kYCbCr422ToBGRWeights = {76284, 104595,    -25690,  -53281,   132186,
-                                                     0,     -14608761, 8887730, -18140365};
+constexpr YCbCrToRGBWeights kYCbCr420ToRGBWeights = {
+    .y = 76284, .crToR = 104595, .cbToG = -25690, .crToG = -53281, .cbToB = 132186,
+    .chromaBias = 128, .offsetR = -1187776, .offsetG = -1187776, .offsetB = -1187776};
+constexpr YCbCrToRGBWeights kYCbCr422ToRGBWeights = {
+    .y = 76282, .crToR = 104593, .cbToG = -25689, .crToG = -53279, .cbToB = 132184,
+    .chromaBias = 128, .offsetR = -1220512, .offsetG = -1220512, .offsetB = -1220512};
+constexpr YCbCrToRGBWeights kYCbCr422ToBGRWeights = {
+    .y = 76284, .crToR = 104595, .cbToG = -25690, .crToG = -53281, .cbToB = 132186,
+    .chromaBias = 0, .offsetR = -14608761, .offsetG = 8887730, .offsetB = -18140365};
+// clang-format on
 
 enum Channel { kRed, kGreen, kBlue };
 
@@ -85,7 +91,7 @@ Halves Sub(Halves a, Halves b) {
   return {static_cast<int16_t>(a.hi - b.hi - (a.lo < b.lo)), static_cast<uint16_t>(a.lo - b.lo)};
 }
 
-// x * k for a sample x and 0 <= k < 2^31.
+// x * k for a sample x and 0 <= k < 2^23, so that the high half fits.
 Halves Product(uint8_t x, int32_t k) {
   const uint32_t kHi = static_cast<uint32_t>(k) >> 16;
   const uint32_t kLo = static_cast<uint32_t>(k) & 0xFFFF;
