@@ -3,17 +3,20 @@
 // A real transform of N = 2M samples runs as one complex transform of M
 // points: the samples pair up as z[n] = x[2n] + i x[2n+1], and a split step
 // separates the spectra of the even and the odd samples and joins them into
-// the bins 0 to M (the inverse runs the same steps backwards). The complex
-// transform is a radix-4 Stockham autosort, with one radix-2 stage when M is
-// an odd power of 2: out of place between two buffers, results in natural
-// order, real and imaginary parts in separate arrays so that every inner loop
-// runs over consecutive doubles.
+// the bins 0 to M (the inverse runs the same steps backwards).
+//
+// The complex transform is a Stockham autosort of radix-4 passes, closed by
+// one radix-2 pass when M is an odd power of 2: out of place between two
+// buffers, in natural order, with real and imaginary parts in separate
+// arrays so that the inner loops run over consecutive doubles. The first
+// forward pass reads the interleaved samples and the last inverse pass writes
+// them, scaled, so that no pass is spent on packing.
+#include <bit>
 #include <cmath>
 #include <cstring>
 #include <memory>
 #include <new>
 #include <numbers>
-#include <utility>
 #include <vector>
 
 #include "primitives/dispatch.h"
@@ -26,12 +29,21 @@ struct PrimFFTSpec {
   double inverseScale;
   bool scaleForward;
   bool scaleInverse;
-  // For each radix-4 stage of length n, largest first: w^p, w^2p, w^3p with
-  // w = exp(-2 pi i / n), p below n/4, as six arrays: real 1, imaginary 1, real 2, ...
-  std::vector<double> stageTwiddles;
+  // The twiddles of the passes of the complex transform (MakePassTwiddles).
+  std::vector<double> passTwiddles;
   // exp(-2 pi i k / N) for k from 0 to M/2, real parts then imaginary parts.
   std::vector<double> splitTwiddles;
 };
+
+// Tells the vectoriser that the iterations of the next loop touch no common
+// element: a pass reads one buffer and writes another, and the split steps
+// write each element once, which the compiler cannot see through the
+// run-time offsets.
+#if defined(__clang__)
+#define CORVANE_INDEPENDENT_ITERATIONS _Pragma("clang loop vectorize(assume_safety)")
+#else
+#define CORVANE_INDEPENDENT_ITERATIONS _Pragma("GCC ivdep")
+#endif
 
 namespace {
 
@@ -50,33 +62,36 @@ struct Split {
   double* im;
 };
 
-// Number of passes of the complex transform of m points: radix 4 while at
-// least 4 points remain, then radix 2 for the odd factor 2.
-int StageCount(size_t m) {
-  int stages = 0;
-  for (; m >= 4; m /= 4) ++stages;
-  return stages + (m == 2 ? 1 : 0);
+// The radix of the pass that meets n points still to transform.
+size_t PassRadix(size_t n) { return n >= 4 ? 4 : 2; }
+
+int PassCount(size_t m) {
+  int passes = 0;
+  for (size_t n = m; n > 1; n /= PassRadix(n)) ++passes;
+  return passes;
 }
 
-std::vector<double> MakeStageTwiddles(size_t m) {
+// For each pass of length n and radix r, in order: w^(kp) with
+// w = exp(-2 pi i / n), for k from 1 to r - 1 and p below n / r, as 2(r - 1)
+// arrays: real parts for k = 1, imaginary parts for k = 1, real for k = 2, ...
+std::vector<double> MakePassTwiddles(size_t m) {
   std::vector<double> table;
-  for (size_t n = m; n >= 4; n /= 4) {
-    const size_t quarter = n / 4;
-    const size_t base = table.size();
-    table.resize(base + 6 * quarter);
-    for (int k = 1; k <= 3; ++k) {
-      double* re = table.data() + base + 2 * (k - 1) * quarter;
-      double* im = re + quarter;
-      for (size_t p = 0; p < quarter; ++p) {
+  for (size_t n = m; n > 1; n /= PassRadix(n)) {
+    const size_t radix = PassRadix(n), columns = n / radix;
+    size_t at = table.size();
+    table.resize(at + 2 * (radix - 1) * columns);
+    for (size_t k = 1; k < radix; ++k, at += 2 * columns) {
+      for (size_t p = 0; p < columns; ++p) {
         const double angle = 2 * std::numbers::pi * static_cast<double>(k * p) / static_cast<double>(n);
-        re[p] = std::cos(angle);
-        im[p] = -std::sin(angle);
+        table[at + p] = std::cos(angle);
+        table[at + columns + p] = -std::sin(angle);
       }
     }
   }
   return table;
 }
 
+// exp(-2 pi i k / N) for k from 0 to M/2, real parts then imaginary parts.
 std::vector<double> MakeSplitTwiddles(size_t n) {
   const size_t count = n / 4 + 1;
   std::vector<double> table(2 * count);
@@ -88,124 +103,200 @@ std::vector<double> MakeSplitTwiddles(size_t n) {
   return table;
 }
 
-// One radix-4 pass of length n and stride s from x to y:
-//   y[q + s(4p + k)] = w^(kp) * sum over j of x[q + s(p + j n/4)] * (-i)^(jk)
-// (with +i and the conjugate twiddles for the inverse). The loop over q runs
-// innermost when there is more than one q, else the loop over p.
-template <bool kInverse>
-void Radix4Pass(Split x, Split y, size_t n, size_t s, const double* twiddles) {
-  const size_t quarter = n / 4;
-  const double* __restrict w1r = twiddles;
-  const double* __restrict w1i = w1r + quarter;
-  const double* __restrict w2r = w1i + quarter;
-  const double* __restrict w2i = w2r + quarter;
-  const double* __restrict w3r = w2i + quarter;
-  const double* __restrict w3i = w3r + quarter;
-  const double* __restrict xr = x.re;
-  const double* __restrict xi = x.im;
-  double* __restrict yr = y.re;
-  double* __restrict yi = y.im;
-  const double sign = kInverse ? -1.0 : 1.0;  // conjugates the twiddles
-
-  auto butterfly = [&](size_t p, size_t q) {
-    const size_t in = q + s * p, step = s * quarter, out = q + s * 4 * p;
-    const double ar = xr[in], ai = xi[in];
-    const double br = xr[in + step], bi = xi[in + step];
-    const double cr = xr[in + 2 * step], ci = xi[in + 2 * step];
-    const double dr = xr[in + 3 * step], di = xi[in + 3 * step];
-    const double apcR = ar + cr, apcI = ai + ci, amcR = ar - cr, amcI = ai - ci;
-    const double bpdR = br + dr, bpdI = bi + di, bmdR = br - dr, bmdI = bi - di;
-    // amc - i(b - d) for the forward pass, amc + i(b - d) for the inverse.
-    const double t1r = kInverse ? amcR - bmdI : amcR + bmdI, t1i = kInverse ? amcI + bmdR : amcI - bmdR;
-    const double t3r = kInverse ? amcR + bmdI : amcR - bmdI, t3i = kInverse ? amcI - bmdR : amcI + bmdR;
-    const double t2r = apcR - bpdR, t2i = apcI - bpdI;
-    const double c1r = w1r[p], c1i = sign * w1i[p];
-    const double c2r = w2r[p], c2i = sign * w2i[p];
-    const double c3r = w3r[p], c3i = sign * w3i[p];
-    yr[out] = apcR + bpdR;
-    yi[out] = apcI + bpdI;
-    yr[out + s] = t1r * c1r - t1i * c1i;
-    yi[out + s] = t1r * c1i + t1i * c1r;
-    yr[out + 2 * s] = t2r * c2r - t2i * c2i;
-    yi[out + 2 * s] = t2r * c2i + t2i * c2r;
-    yr[out + 3 * s] = t3r * c3r - t3i * c3i;
-    yi[out + 3 * s] = t3r * c3i + t3i * c3r;
-  };
-
-  if (s == 1) {
-    for (size_t p = 0; p < quarter; ++p) butterfly(p, 0);
+// In-place DFT of kRadix points (exp(-2 pi i jk / r), +i for the inverse),
+// outputs in natural order.
+template <int kRadix, bool kInverse>
+inline void SmallDft(double* re, double* im) {
+  if constexpr (kRadix == 2) {
+    const double r = re[0], i = im[0];
+    re[0] = r + re[1];
+    im[0] = i + im[1];
+    re[1] = r - re[1];
+    im[1] = i - im[1];
   } else {
-    for (size_t p = 0; p < quarter; ++p) {
-      for (size_t q = 0; q < s; ++q) butterfly(p, q);
+    const double t0r = re[0] + re[2], t0i = im[0] + im[2], t1r = re[0] - re[2], t1i = im[0] - im[2];
+    const double t2r = re[1] + re[3], t2i = im[1] + im[3];
+    // (b - d) times -i, or +i for the inverse.
+    const double dr = re[1] - re[3], di = im[1] - im[3];
+    const double t3r = kInverse ? -di : di, t3i = kInverse ? dr : -dr;
+    re[0] = t0r + t2r;
+    im[0] = t0i + t2i;
+    re[1] = t1r + t3r;
+    im[1] = t1i + t3i;
+    re[2] = t0r - t2r;
+    im[2] = t0i - t2i;
+    re[3] = t1r - t3r;
+    im[3] = t1i - t3i;
+  }
+}
+
+// One butterfly of a pass: kRadix inputs `inStep` elements apart, their DFT
+// times the twiddles w^(kp) (conjugated for the inverse), written `outStep`
+// elements apart. Element i sits at index i * kStride of its arrays: 1 for
+// split arrays, 2 for interleaved pairs. Interleaved output is the end of the
+// inverse transform and takes the scale.
+template <int kRadix, bool kInverse, int kInStride, int kOutStride>
+inline void Butterfly(const double* xr, const double* xi, size_t in, size_t inStep, double* yr, double* yi,
+                      size_t out, size_t outStep, const double* twiddles, size_t twiddleStride, double scale) {
+  double re[kRadix], im[kRadix];
+  for (int j = 0; j < kRadix; ++j) {
+    re[j] = xr[(in + j * inStep) * kInStride];
+    im[j] = xi[(in + j * inStep) * kInStride];
+  }
+  SmallDft<kRadix, kInverse>(re, im);
+  for (int k = 1; k < kRadix; ++k) {
+    const double wr = twiddles[(2 * k - 2) * twiddleStride], wi = twiddles[(2 * k - 1) * twiddleStride];
+    const double r = re[k];
+    re[k] = kInverse ? r * wr + im[k] * wi : r * wr - im[k] * wi;
+    im[k] = kInverse ? im[k] * wr - r * wi : im[k] * wr + r * wi;
+  }
+  for (int k = 0; k < kRadix; ++k) {
+    const size_t at = (out + k * outStep) * kOutStride;
+    yr[at] = kOutStride == 2 ? re[k] * scale : re[k];
+    yi[at] = kOutStride == 2 ? im[k] * scale : im[k];
+  }
+}
+
+// One Stockham pass of length n, radix r and stride s:
+//   y[q + s(rp + k)] = w^(kp) * sum over j of x[q + s(p + jn/r)] exp(-+2 pi i jk / r)
+// for p below n/r and q below s. The first pass (s = 1) loops along p, the
+// others along q, so that the inner loop reads consecutive elements; kStride,
+// when not 0, fixes s at compile time so that a short loop along q unrolls.
+template <int kRadix, bool kInverse, int kInStride, int kOutStride, size_t kStride>
+void Pass(const double* xr, const double* xi, double* yr, double* yi, size_t n, size_t runtimeStride,
+          const double* twiddles, double scale) {
+  const size_t columns = n / kRadix, s = kStride != 0 ? kStride : runtimeStride;
+  if (s == 1) {
+    CORVANE_INDEPENDENT_ITERATIONS
+    for (size_t p = 0; p < columns; ++p) {
+      Butterfly<kRadix, kInverse, kInStride, kOutStride>(xr, xi, p, columns, yr, yi, kRadix * p, 1, twiddles + p,
+                                                         columns, scale);
+    }
+    return;
+  }
+  for (size_t p = 0; p < columns; ++p) {
+    double w[2 * kRadix - 2];
+    for (int k = 0; k < 2 * kRadix - 2; ++k) w[k] = twiddles[k * columns + p];
+    const size_t in = s * p, out = s * kRadix * p;
+    CORVANE_INDEPENDENT_ITERATIONS
+    for (size_t q = 0; q < s; ++q) {
+      Butterfly<kRadix, kInverse, kInStride, kOutStride>(xr, xi, in + q, s * columns, yr, yi, out + q, s, w, 1,
+                                                         scale);
     }
   }
 }
 
-// The closing radix-2 pass of length 2 and stride s: sum and difference.
-void Radix2Pass(Split x, Split y, size_t s) {
-  const double* __restrict xr = x.re;
-  const double* __restrict xi = x.im;
-  double* __restrict yr = y.re;
-  double* __restrict yi = y.im;
-  for (size_t q = 0; q < s; ++q) {
-    const double ar = xr[q], ai = xi[q], br = xr[q + s], bi = xi[q + s];
-    yr[q] = ar + br;
-    yi[q] = ai + bi;
-    yr[q + s] = ar - br;
-    yi[q + s] = ai - bi;
+template <bool kInverse, int kInStride, int kOutStride>
+void RunPass(const double* xr, const double* xi, double* yr, double* yi, size_t n, size_t s, const double* twiddles,
+             double scale = 1.0) {
+  if (PassRadix(n) == 2) {
+    Pass<2, kInverse, kInStride, kOutStride, 0>(xr, xi, yr, yi, n, s, twiddles, scale);
+  } else if (s == 4) {
+    Pass<4, kInverse, kInStride, kOutStride, 4>(xr, xi, yr, yi, n, s, twiddles, scale);
+  } else {
+    Pass<4, kInverse, kInStride, kOutStride, 0>(xr, xi, yr, yi, n, s, twiddles, scale);
   }
 }
 
-// Unscaled complex transform of m points from `a`, using `b` as the other
-// buffer; returns the one that holds the result.
-template <bool kInverse>
-Split ComplexTransform(Split a, Split b, size_t m, const double* twiddles) {
-  size_t n = m, s = 1;
-  for (; n >= 4; n /= 4, s *= 4) {
-    Radix4Pass<kInverse>(a, b, n, s, twiddles);
-    twiddles += 6 * (n / 4);
-    std::swap(a, b);
+// The passes of one transform, walked in order: length still to transform,
+// stride and twiddles of the current pass.
+struct PassCursor {
+  size_t n;
+  size_t s;
+  const double* twiddles;
+  void Next() {
+    const size_t radix = PassRadix(n);
+    twiddles += 2 * (radix - 1) * (n / radix);
+    n /= radix;
+    s *= radix;
   }
-  if (n == 2) {
-    Radix2Pass(a, b, s);
-    std::swap(a, b);
+};
+
+// The radix-4 passes of the unscaled forward complex transform of the m
+// pairs of `src` into `result`, with `other` as the second buffer; at least
+// one. A closing radix-2 pass, when m needs one, is left to the join.
+void ForwardRadix4Passes(const double* src, Split result, Split other, size_t m, const double* twiddles) {
+  int passes = 0;
+  for (size_t n = m; n >= 4; n /= 4) ++passes;
+  // Pass i (from 1) writes buffer (passes - i) % 2, so the last writes `result`.
+  const Split buffers[2] = {result, other};
+  PassCursor pass{m, 1, twiddles};
+  Split out = buffers[(passes - 1) % 2];
+  RunPass<false, 2, 1>(src, src + 1, out.re, out.im, pass.n, pass.s, pass.twiddles);
+  for (int i = 2; i <= passes; ++i) {
+    pass.Next();
+    const Split in = out;
+    out = buffers[(passes - i) % 2];
+    RunPass<false, 1, 1>(in.re, in.im, out.re, out.im, pass.n, pass.s, pass.twiddles);
   }
-  return a;
 }
 
-void Deinterleave(const double* src, Split dst, size_t m) {
-  for (size_t i = 0; i < m; ++i) {
-    dst.re[i] = src[2 * i];
-    dst.im[i] = src[2 * i + 1];
-  }
-}
+// The buffer that the inverse transform starts from, so that its passes
+// alternate into `work` for the last one.
+Split InverseStart(Split work, Split other, size_t m) { return PassCount(m) % 2 == 1 ? work : other; }
 
-void Interleave(Split src, double* dst, size_t m, double scale) {
-  for (size_t i = 0; i < m; ++i) {
-    dst[2 * i] = src.re[i] * scale;
-    dst[2 * i + 1] = src.im[i] * scale;
+// Inverse complex transform of `start` (see InverseStart) into the m pairs of
+// `dst`, scaled.
+void InverseComplex(Split start, Split work, Split other, double* dst, size_t m, const double* twiddles,
+                    double scale) {
+  const int passes = PassCount(m);
+  const Split buffers[2] = {work, other};
+  PassCursor pass{m, 1, twiddles};
+  Split in = start;
+  for (int i = 1; i < passes; ++i, pass.Next()) {
+    const Split out = buffers[(passes - 1 - i) % 2];
+    RunPass<true, 1, 1>(in.re, in.im, out.re, out.im, pass.n, pass.s, pass.twiddles);
+    in = out;
   }
+  RunPass<true, 1, 2>(in.re, in.im, dst, dst + 1, pass.n, pass.s, pass.twiddles, scale);
 }
 
 // From Z, the transform of z[n] = x[2n] + i x[2n+1], to the bins 0 to M of x:
 // with E = (Z[k] + conj Z[M-k]) / 2 and O = (Z[k] - conj Z[M-k]) / 2i, the
 // spectra of the even and the odd samples, X[k] = E + W^k O and
-// X[M-k] = conj(E - W^k O), W = exp(-2 pi i / N).
-void JoinHalves(Split z, double* dst, size_t m, const double* wr, const double* wi, double scale) {
-  const double half = scale / 2;
-  dst[0] = (z.re[0] + z.im[0]) * scale;
+// X[M-k] = conj(E - W^k O), W = exp(-2 pi i / N). `half` is the scale / 2.
+inline void JoinBins(double zkr, double zki, double zmr, double zmi, size_t k, size_t m, const double* wr,
+                     const double* wi, double half, double* dst) {
+  const double er = zkr + zmr, ei = zki - zmi, or_ = zki + zmi, oi = zmr - zkr;  // 2E and 2O
+  const double wor = wr[k] * or_ - wi[k] * oi, woi = wr[k] * oi + wi[k] * or_;
+  dst[2 * k] = (er + wor) * half;
+  dst[2 * k + 1] = (ei + woi) * half;
+  dst[2 * (m - k)] = (er - wor) * half;
+  dst[2 * (m - k) + 1] = (woi - ei) * half;
+}
+
+// Bins 0 and M, which are real.
+void JoinOuterBins(double z0r, double z0i, double* dst, size_t m, double scale) {
+  dst[0] = (z0r + z0i) * scale;
   dst[1] = 0;
-  dst[2 * m] = (z.re[0] - z.im[0]) * scale;
+  dst[2 * m] = (z0r - z0i) * scale;
   dst[2 * m + 1] = 0;
-  for (size_t k = 1; k <= m / 2; ++k) {
-    const double a = z.re[k], b = z.im[k], c = z.re[m - k], d = z.im[m - k];
-    const double er = a + c, ei = b - d, or_ = b + d, oi = c - a;  // 2E and 2O
-    const double wor = wr[k] * or_ - wi[k] * oi, woi = wr[k] * oi + wi[k] * or_;
-    dst[2 * k] = (er + wor) * half;
-    dst[2 * k + 1] = (ei + woi) * half;
-    dst[2 * (m - k)] = (er - wor) * half;
-    dst[2 * (m - k) + 1] = (woi - ei) * half;
+}
+
+void JoinHalves(Split z, double* dst, size_t m, const double* wr, const double* wi, double scale) {
+  JoinOuterBins(z.re[0], z.im[0], dst, m, scale);
+  CORVANE_INDEPENDENT_ITERATIONS
+  for (size_t k = 1; k <= m / 2; ++k) JoinBins(z.re[k], z.im[k], z.re[m - k], z.im[m - k], k, m, wr, wi, scale / 2, dst);
+}
+
+// The join with the closing radix-2 pass of the complex transform folded
+// in: y holds the halves whose sum and difference are Z,
+// Z[k] = y[k] + y[k + M/2] and Z[k + M/2] = y[k] - y[k + M/2]. Element i of y
+// sits at index i * kStride.
+template <int kStride>
+void JoinHalvesOfLastPass(const double* yr, const double* yi, double* dst, size_t m, const double* wr,
+                          const double* wi, double scale) {
+  const size_t h = m / 2;
+  auto re = [yr](size_t i) { return yr[i * kStride]; };
+  auto im = [yi](size_t i) { return yi[i * kStride]; };
+  JoinOuterBins(re(0) + re(h), im(0) + im(h), dst, m, scale);
+  CORVANE_INDEPENDENT_ITERATIONS
+  for (size_t k = 1; k < h; ++k) {
+    JoinBins(re(k) + re(k + h), im(k) + im(k + h), re(h - k) - re(m - k), im(h - k) - im(m - k), k, m, wr, wi,
+             scale / 2, dst);
   }
+  const double middleR = re(0) - re(h), middleI = im(0) - im(h);
+  JoinBins(middleR, middleI, middleR, middleI, h, m, wr, wi, scale / 2, dst);
 }
 
 // The inverse of JoinHalves without its 1/2: Z[k] = (X[k] + conj X[M-k]) +
@@ -214,6 +305,7 @@ void JoinHalves(Split z, double* dst, size_t m, const double* wr, const double* 
 void SplitHalves(const double* src, Split z, size_t m, const double* wr, const double* wi) {
   z.re[0] = src[0] + src[2 * m];
   z.im[0] = src[0] - src[2 * m];
+  CORVANE_INDEPENDENT_ITERATIONS
   for (size_t k = 1; k <= m / 2; ++k) {
     const double p = src[2 * k], q = src[2 * k + 1], r = src[2 * (m - k)], s = src[2 * (m - k) + 1];
     const double sr = p + r, si = q - s, dr = p - r, di = q + s;
@@ -266,7 +358,7 @@ int fft_init_alloc_c(PrimFFTSpec** spec, int order, int flag, int /*hint*/) {
   made->inverseScale = made->scaleInverse ? 1 / divisor : 1.0;
   if (order >= 2) {
     try {
-      made->stageTwiddles = MakeStageTwiddles(n / 2);
+      made->passTwiddles = MakePassTwiddles(n / 2);
       made->splitTwiddles = MakeSplitTwiddles(n);
     } catch (const std::bad_alloc&) {
       return PrimStsMemAllocErr;
@@ -310,16 +402,22 @@ int fft_forward_c(const double* src, double* dst, const PrimFFTSpec* spec, uint8
     dst[1] = dst[3] = 0;
     return PrimStsNoErr;
   }
+  const double* wr = spec->splitTwiddles.data();
+  const double* wi = wr + m / 2 + 1;
+  if (m == 2) {
+    JoinHalvesOfLastPass<2>(src, src + 1, dst, m, wr, wi, scale);
+    return PrimStsNoErr;
+  }
   const WorkBuffer work(buffer, n);
   if (work.data() == nullptr) return PrimStsMemAllocErr;
-  // The passes alternate between dst and the work buffer; start where the
-  // last pass lands in the work buffer, since the join writes dst.
-  const Split inWork{work.data(), work.data() + m}, inDst{dst, dst + m};
-  const bool even = StageCount(m) % 2 == 0;
-  Deinterleave(src, even ? inWork : inDst, m);
-  const Split z = ComplexTransform<false>(even ? inWork : inDst, even ? inDst : inWork, m, spec->stageTwiddles.data());
-  const double* wr = spec->splitTwiddles.data();
-  JoinHalves(z, dst, m, wr, wr + m / 2 + 1, scale);
+  // The join writes dst, so the complex result goes to the work buffer.
+  const Split z{work.data(), work.data() + m};
+  ForwardRadix4Passes(src, z, Split{dst, dst + m}, m, spec->passTwiddles.data());
+  if (std::countr_zero(m) % 2 == 1) {
+    JoinHalvesOfLastPass<1>(z.re, z.im, dst, m, wr, wi, scale);
+  } else {
+    JoinHalves(z, dst, m, wr, wi, scale);
+  }
   return PrimStsNoErr;
 }
 
@@ -342,14 +440,11 @@ int fft_inverse_c(const double* src, double* dst, const PrimFFTSpec* spec, uint8
   }
   const WorkBuffer work(buffer, n);
   if (work.data() == nullptr) return PrimStsMemAllocErr;
-  // As forward: the last pass lands in the work buffer, and the final
-  // interleave writes dst.
   const Split inWork{work.data(), work.data() + m}, inDst{dst, dst + m};
-  const bool even = StageCount(m) % 2 == 0;
+  const Split start = InverseStart(inWork, inDst, m);
   const double* wr = spec->splitTwiddles.data();
-  SplitHalves(src, even ? inWork : inDst, m, wr, wr + m / 2 + 1);
-  const Split z = ComplexTransform<true>(even ? inWork : inDst, even ? inDst : inWork, m, spec->stageTwiddles.data());
-  Interleave(z, dst, m, scale);
+  SplitHalves(src, start, m, wr, wr + m / 2 + 1);
+  InverseComplex(start, inWork, inDst, dst, m, spec->passTwiddles.data(), scale);
   return PrimStsNoErr;
 }
 
