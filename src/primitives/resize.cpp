@@ -23,6 +23,7 @@
 #include <cstdint>
 #include <limits>
 #include <numbers>
+#include <type_traits>
 
 #include "primitives/dispatch.h"
 #include "primitives/prim_resize.h"
@@ -347,31 +348,72 @@ void FilterRow(const float* columns, int first, const AxisFilter& x, float* out)
   }
 }
 
-template <typename T>
-void ScaleRow(const T* __restrict row, float weight, float* __restrict accumulator, int count) {
-  for (int i = 0; i < count; ++i) accumulator[i] = weight * row[i];
+// accumulator = (accumulator +) w0 row0 + w1 row1 + ..., kRows rows summed
+// left to right in one pass; rows past kRows are not read.
+template <int kRows, bool kAdd, typename T>
+void AddWeightedRows(const T* __restrict r0, const T* __restrict r1, const T* __restrict r2, const T* __restrict r3,
+                     const float* w, float* __restrict accumulator, int count) {
+  const float w0 = w[0], w1 = w[1], w2 = w[2], w3 = w[3];
+  for (int i = 0; i < count; ++i) {
+    float sum = kAdd ? accumulator[i] + w0 * r0[i] : w0 * r0[i];
+    if constexpr (kRows > 1) sum += w1 * r1[i];
+    if constexpr (kRows > 2) sum += w2 * r2[i];
+    if constexpr (kRows > 3) sum += w3 * r3[i];
+    accumulator[i] = sum;
+  }
 }
 
+// Up to four weighted rows, added in one pass.
 template <typename T>
-void AccumulateRow(const T* __restrict row, float weight, float* __restrict accumulator, int count) {
-  for (int i = 0; i < count; ++i) accumulator[i] += weight * row[i];
-}
+class RowGroup {
+ public:
+  bool Full() const { return size_ == 4; }
+  bool Empty() const { return size_ == 0; }
+  void Push(const T* row, float weight) {
+    rows_[size_] = row;
+    weights_[size_++] = weight;
+  }
+  // Adds the group into the accumulator, or starts it when `add` is false.
+  void AddTo(float* accumulator, int count, bool add) {
+    const T* const* r = rows_;
+    switch (size_ * 2 + (add ? 1 : 0)) {
+      case 2: AddWeightedRows<1, false>(r[0], r[0], r[0], r[0], weights_, accumulator, count); break;
+      case 3: AddWeightedRows<1, true>(r[0], r[0], r[0], r[0], weights_, accumulator, count); break;
+      case 4: AddWeightedRows<2, false>(r[0], r[1], r[0], r[0], weights_, accumulator, count); break;
+      case 5: AddWeightedRows<2, true>(r[0], r[1], r[0], r[0], weights_, accumulator, count); break;
+      case 6: AddWeightedRows<3, false>(r[0], r[1], r[2], r[0], weights_, accumulator, count); break;
+      case 7: AddWeightedRows<3, true>(r[0], r[1], r[2], r[0], weights_, accumulator, count); break;
+      case 8: AddWeightedRows<4, false>(r[0], r[1], r[2], r[3], weights_, accumulator, count); break;
+      default: AddWeightedRows<4, true>(r[0], r[1], r[2], r[3], weights_, accumulator, count); break;
+    }
+    size_ = 0;
+  }
 
-// accumulator = sum over the taps of destination row i of weight times row;
-// rows with weight 0 are not read.
+ private:
+  const T* rows_[4] = {};
+  float weights_[4] = {};
+  int size_ = 0;
+};
+
+// accumulator = sum over the taps of destination row i of weight times row,
+// left to right; rows with weight 0 are not read.
 template <typename RowSource>
 void SumRows(const AxisFilter& y, int i, const RowSource& rowOf, float* accumulator, int count) {
+  using Element = std::remove_cv_t<std::remove_pointer_t<decltype(rowOf(0))>>;
+  RowGroup<Element> group;
   bool started = false;
   for (int k = 0; k < y.taps; ++k) {
     const float weight = y.Weight(i, k);
     if (weight == 0) continue;
-    const auto* row = rowOf(y.start[i] + k);
-    if (started) {
-      AccumulateRow(row, weight, accumulator, count);
-    } else {
-      ScaleRow(row, weight, accumulator, count);
+    group.Push(rowOf(y.start[i] + k), weight);
+    if (group.Full()) {
+      group.AddTo(accumulator, count, started);
       started = true;
     }
+  }
+  if (!group.Empty()) {
+    group.AddTo(accumulator, count, started);
+    started = true;
   }
   if (!started) std::fill_n(accumulator, count, 0.0f);
 }
