@@ -73,7 +73,8 @@ std::vector<uint8_t> SourcePlane() {
   std::vector<uint8_t> plane(size_t{kSourceWidth} * kSourceHeight);
   for (int y = 0; y < kSourceHeight; ++y) {
     for (int x = 0; x < kSourceWidth; ++x) {
-      const int value = (x * 255 / kSourceWidth + y * 255 / kSourceHeight) / 2 + ((x / 7 + y / 5) % 2) * 40 + noise(random);
+      const int gradient = (x * 255 / kSourceWidth + y * 255 / kSourceHeight) / 2;
+      const int value = gradient + ((x / 7 + y / 5) % 2) * 40 + noise(random);
       plane[size_t{kSourceWidth} * y + x] = static_cast<uint8_t>(std::clamp(value, 0, 255));
     }
   }

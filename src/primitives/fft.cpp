@@ -273,10 +273,13 @@ void JoinOuterBins(double z0r, double z0i, double* dst, size_t m, double scale) 
   dst[2 * m + 1] = 0;
 }
 
+// The join of a complex transform that ended with a radix-4 pass.
 void JoinHalves(Split z, double* dst, size_t m, const double* wr, const double* wi, double scale) {
   JoinOuterBins(z.re[0], z.im[0], dst, m, scale);
   CORVANE_INDEPENDENT_ITERATIONS
-  for (size_t k = 1; k <= m / 2; ++k) JoinBins(z.re[k], z.im[k], z.re[m - k], z.im[m - k], k, m, wr, wi, scale / 2, dst);
+  for (size_t k = 1; k <= m / 2; ++k) {
+    JoinBins(z.re[k], z.im[k], z.re[m - k], z.im[m - k], k, m, wr, wi, scale / 2, dst);
+  }
 }
 
 // The join with the closing radix-2 pass of the complex transform folded

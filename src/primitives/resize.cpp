@@ -89,17 +89,18 @@ int KernelFirstOffset(int code) {
 // The two-parameter cubic of Mitchell and Netravali at distance d.
 double TwoParameterCubic(double d, double b, double c) {
   if (d < 1) return ((12 - 9 * b - 6 * c) * d * d * d + (-18 + 12 * b + 6 * c) * d * d + (6 - 2 * b)) / 6;
-  if (d < 2) return ((-b - 6 * c) * d * d * d + (6 * b + 30 * c) * d * d + (-12 * b - 48 * c) * d + (8 * b + 24 * c)) / 6;
+  if (d < 2) {
+    return ((-b - 6 * c) * d * d * d + (6 * b + 30 * c) * d * d + (-12 * b - 48 * c) * d + (8 * b + 24 * c)) / 6;
+  }
   return 0;
 }
 
 double Sinc(double x) { return x == 0 ? 1.0 : std::sin(std::numbers::pi * x) / (std::numbers::pi * x); }
 
-// The weight of a tap at distance d from the source position.
+// The weight of a tap at distance d from the source position, for every
+// interpolating kernel but nearest neighbour, which has one tap.
 double KernelWeight(int code, double d) {
   switch (code) {
-    case PrimInterNearest:
-      return 1;
     case PrimInterLinear:
       return 1 - d;
     case PrimInterCubic:
@@ -318,8 +319,8 @@ void WidenRow(const uint8_t* __restrict row, float* __restrict out, int count) {
   for (int i = 0; i < count; ++i) out[i] = row[i];
 }
 
-// out[X] = sum over k of weight[X * taps + k] * row[start[X] + k], where
-// row[c] is columns[c - first].
+// out[i] = sum over k of x.Weight(i, k) * row[start[i] + k], left to right,
+// where row[c] is columns[c - first].
 template <int kTaps>
 void FilterRowWith(const float* columns, int first, const AxisFilter& x, float* __restrict out) {
   const int taps = kTaps != 0 ? kTaps : x.taps;
@@ -396,7 +397,9 @@ class RowGroup {
 };
 
 // accumulator = sum over the taps of destination row i of weight times row,
-// left to right; rows with weight 0 are not read.
+// left to right; rows with weight 0 are not read. Every destination row has
+// a tap of nonzero weight: kernel weights sum to 1, and a box is at least
+// one pixel wide.
 template <typename RowSource>
 void SumRows(const AxisFilter& y, int i, const RowSource& rowOf, float* accumulator, int count) {
   using Element = std::remove_cv_t<std::remove_pointer_t<decltype(rowOf(0))>>;
@@ -411,11 +414,7 @@ void SumRows(const AxisFilter& y, int i, const RowSource& rowOf, float* accumula
       started = true;
     }
   }
-  if (!group.Empty()) {
-    group.AddTo(accumulator, count, started);
-    started = true;
-  }
-  if (!started) std::fill_n(accumulator, count, 0.0f);
+  if (!group.Empty()) group.AddTo(accumulator, count, started);
 }
 
 // Rounds half up and clips to a byte. The sums stay far inside the range of
