@@ -60,20 +60,6 @@ TEST(PrimIDCT8x8Test, MatchesTheDefinitionWithinOne) {
   }
 }
 
-TEST(PrimIDCT8x8Test, RowIsTheVerticalFrequency) {
-  // F(0, 1), the first coefficient of the second row, varies along y only.
-  alignas(16) int16_t f[64] = {};
-  f[0] = 1024;
-  f[8] = 200;
-  Target t;
-  ASSERT_EQ(PrimIDCT8x8(f, t.bytes.data(), Target::kStep, 64), PrimStsNoErr);
-  for (int y = 0; y < 8; ++y) {
-    for (int x = 1; x < 8; ++x) EXPECT_EQ(t.at(x, y), t.at(0, y)) << x << "," << y;
-  }
-  EXPECT_GT(t.at(0, 0), t.at(0, 7));
-  EXPECT_EQ(t.at(0, 0), ReferenceByte(f, 0, 0));
-}
-
 TEST(PrimIDCT8x8Test, DcOnlyPath) {
   struct Case {
     int16_t dc;
