@@ -4,7 +4,9 @@
 
 #include "core/audio_params.h"
 #include "core/bit_reader.h"
+#include "core/corvane_app.h"
 #include "core/frame.h"
+#include "core/settings_catalogue.h"
 #include "core/types.h"
 #include "deinterlace/video_interlacer.h"
 #include "image/image_support.h"
@@ -12,4 +14,6 @@
 #include "platform/buffer_alloc.h"
 #include "platform/global_memory.h"
 #include "platform/logger.h"
+#include "platform/registry.h"
+#include "platform/win_app.h"
 #include "primitives/prim.h"
