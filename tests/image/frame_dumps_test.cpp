@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -14,6 +13,7 @@
 #include "platform/bitmap.h"
 #include "platform/global_memory.h"
 #include "platform/logger.h"
+#include "support/temp_folder.h"
 
 namespace {
 
@@ -21,13 +21,7 @@ namespace fs = std::filesystem;
 
 class FrameDumpTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    folder_ = fs::temp_directory_path() / ("corvane-dump-" + std::to_string(getpid()) + "-" +
-                                           ::testing::UnitTest::GetInstance()->current_test_info()->name());
-    fs::create_directories(folder_);
-  }
-  void TearDown() override { fs::remove_all(folder_); }
-  std::string Path(const std::string& name) const { return (folder_ / name).string(); }
+  std::string Path(const std::string& name) const { return folder_.Path() + "/" + name; }
   static std::string Read(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
     std::stringstream text;
@@ -35,7 +29,7 @@ class FrameDumpTest : public ::testing::Test {
     return text.str();
   }
 
-  fs::path folder_;
+  corvane::test::TempFolder folder_;
 };
 
 TEST_F(FrameDumpTest, HdFrameDropsThePaddingLines) {
