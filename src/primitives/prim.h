@@ -9,3 +9,4 @@
 
 #include "primitives/dispatch.h"
 #include "primitives/prim_status.h"
+#include "primitives/prim_plane.h"
