@@ -72,6 +72,7 @@ void RunImageDemo(const std::string& folder) {
   static const bool kTopFirst[4] = {true, false, false, true}, kRepeat[4] = {true, false, true, false};
   int interlaced = 0;
   for (int i = 0; i < kFilmFrames; ++i) {
+    sd[i].progressive = true;
     sd[i].topFieldFirst = kTopFirst[i % 4];
     sd[i].repeatFirstField = kRepeat[i % 4];
     if (interlacer.ProcessFrame(&sd[i]) != CVideoInterlacer::INTERLACE_FRAME_READY) continue;
@@ -93,7 +94,7 @@ void RunImageDemo(const std::string& folder) {
   Y4MWriter fadeWriter(fadeFile, FormatOf(fade[0], 30000, 1001, 'p'));
   for (const CYUVFrame& frame : fade) fadeWriter.WriteFrame(frame);
   fadeFile.Commit();
-  std::printf("fade to black: %d frames, luma of the white box %d -> %d, %s\n", fadeFrames,
+  std::printf("fade to black: %d frames, luma at the centre %d -> %d, %s\n", fadeFrames,
               fade.front().y[240 * fade.front().stride + 360], fade.back().y[240 * fade.back().stride + 360],
               fadePath.c_str());
 

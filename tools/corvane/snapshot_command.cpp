@@ -89,9 +89,9 @@ int RunDump(const std::vector<std::string>& arguments) {
   }
   if (frames == 0) throw ToolError(args.Positional()[0] + ": the stream holds no frames");
   if (numbered) {
-    char number[16];
     for (size_t i = 0; i < written.size(); ++i) {
-      std::snprintf(number, sizeof number, "%05zu", i);
+      std::string number = std::to_string(i);
+      number.insert(0, number.size() < 5 ? 5 - number.size() : 0, '0');
       Publish(written[i], base + number);
     }
   } else {
