@@ -32,12 +32,7 @@ void WriteLittle16(double sample, unsigned char* p) {
 
 CQBXAudioLimiter::CQBXAudioLimiter(double ceilingDB, double thresholdDB, int samplingRate, int attackMs,
                                    int releaseMs, HARD_CLIPPER /*clipper*/)
-    : ceilingDB(ceilingDB),
-      thresholdDB(thresholdDB),
-      ratio(thresholdDB / (thresholdDB - ceilingDB)),
-      samplingRate(samplingRate),
-      attackMs(attackMs),
-      releaseMs(releaseMs),
+    : ratio(thresholdDB / (thresholdDB - ceilingDB)),
       thresholdLevel(CAudioSupport::ConvertDBToAudioLevel(thresholdDB) / kPcmScale),
       gainExponent(1.0 - 1.0 / ratio),
       sampleBuffers(2, std::vector<double>(kBufferSamples, 0.0)),
@@ -86,7 +81,6 @@ unsigned CQBXAudioLimiter::SamplesCarried(const CAudioFrame& frame) {
 }
 
 void CQBXAudioLimiter::IngestSamples(const CAudioFrame* frame) {
-  channels = frame->channels;
   const unsigned count = SamplesCarried(*frame);
   if (count != 0 && IsPcm16(*frame)) IngestPcm16(*frame, count);
   if (count != 0 && frame->audioType == AUDIO_FRAME_SMPTE302M) Ingest302M(*frame);
@@ -115,8 +109,8 @@ void CQBXAudioLimiter::Ingest302M(const CAudioFrame& frame) {
 }
 
 double CQBXAudioLimiter::GetLevel(unsigned index) const {
-  const double left = std::fabs(sampleBuffers[0][index]);
-  return channels > 1 ? std::max(left, std::fabs(sampleBuffers[1][index])) : left;
+  // A mono frame leaves the right channel silent, so one rule serves every count.
+  return std::max(std::fabs(sampleBuffers[0][index]), std::fabs(sampleBuffers[1][index]));
 }
 
 void CQBXAudioLimiter::ComputeEnvelope() {

@@ -70,12 +70,7 @@ class CQBXAudioLimiter {
 
   std::vector<std::vector<double>> workChannels;  // decoded 302M channels; empty until the first 302M unit
   std::optional<CSMPTE302MDecode> decoder;        // made at the first 302M unit
-  double ceilingDB;
-  double thresholdDB;
-  double ratio;
-  int samplingRate;
-  int attackMs;
-  int releaseMs;
+  double ratio;           // thresholdDB / (thresholdDB - ceilingDB)
   double thresholdLevel;  // the threshold on the sample scale of -1.0 to 1.0
   double gainExponent;    // 1 - 1 / ratio
   double peakLevel = 0.0;
@@ -90,5 +85,4 @@ class CQBXAudioLimiter {
   unsigned samplesReady = 0;  // held samples whose envelope is final
   double attackFactor;        // rise of the envelope a sample, above 1
   double releaseFactor;       // fall of the envelope a sample, below 1
-  unsigned channels = 0;      // of the last input frame
 };

@@ -61,15 +61,6 @@ TEST(LevelConversions, FactorsFloorBelowOneSixteenBitStep) {
   EXPECT_NEAR(CAudioSupport::ConvertDBToFactor(20.0), 10.0, kLogTolerance);
 }
 
-TEST(LevelConversions, FactorAndDecibelRoundTripOverRandomValues) {
-  std::mt19937 rng(1234);
-  std::uniform_real_distribution<double> dB(-90.0, 20.0);
-  for (int i = 0; i < 1000; ++i) {
-    const double value = dB(rng);
-    EXPECT_NEAR(CAudioSupport::ConvertFactorToDB(CAudioSupport::ConvertDBToFactor(value)), value, kLogTolerance);
-  }
-}
-
 TEST(LevelConversions, LevelOfAnyDecibelValueReadsBackWithinOneStep) {
   // A level rounded to a 16-bit sample reads back within the dB width of the
   // step it was rounded in.

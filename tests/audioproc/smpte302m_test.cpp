@@ -94,34 +94,6 @@ TEST(SMPTE302MDecode, HandBuiltPairsAtEachSampleSize) {
   EXPECT_EQ(channels[1][0], 8388606.0 / 8388607.0);
 }
 
-TEST(SMPTE302MDecode, PairsGoToTheirChannelsInOrder) {
-  // Four channels at 16 bits, two samples: the lower sample of each pair is
-  // k, its upper sample k + 1, so a slip of pair or channel shows.
-  auto reverse = [](unsigned value) {
-    unsigned r = 0;
-    for (int bit = 0; bit < 8; ++bit) r |= ((value >> bit) & 1u) << (7 - bit);
-    return static_cast<unsigned char>(r);
-  };
-  Bytes pairs;
-  for (unsigned index = 0; index < 2; ++index) {
-    for (unsigned pair = 0; pair < 2; ++pair) {
-      const unsigned lower = 0x0100 * (10 * index + 2 * pair) + 1;
-      const unsigned upper = lower + 0x0100;
-      pairs.insert(pairs.end(), {reverse(lower & 0xFF), reverse(lower >> 8), reverse((upper & 0x0F) << 4),
-                                 reverse((upper >> 4) & 0xFF), reverse(upper >> 12)});
-    }
-  }
-  CSMPTE302MDecode decoder;
-  const Bytes unit = Unit(Header(20, 1, 0, 0), pairs);
-  ASSERT_EQ(decoder.DecodeFrame(unit.data()), 2u);
-  for (unsigned index = 0; index < 2; ++index) {
-    for (unsigned channel = 0; channel < 4; ++channel) {
-      EXPECT_EQ(decoder.channelSamples[channel][index], static_cast<int32_t>((0x0100 * (10 * index + channel) + 1) << 8))
-          << "channel " << channel << " sample " << index;
-    }
-  }
-}
-
 TEST(SMPTE302MDecode, ReservedSampleSizeReadsNothing) {
   CSMPTE302MDecode decoder;
   decoder.channelSamples[0][0] = 77;
