@@ -176,9 +176,12 @@ TEST_F(AudioLimiterTest, EnvelopeRampsUpBeforeAnIsolatedPeakAndReleasesAfter) {
   mono[kPeak] = 32767;
   auto limiter = Make();
   Samples out;
+  std::vector<CAudioFrame> frames;
+  for (int f = 0; f < 3; ++f) {
+    frames.push_back(PcmFrame(Stereo(Samples(mono.begin() + f * kFrame, mono.begin() + (f + 1) * kFrame)), 2, f));
+  }
   for (int f = 0; f <= 3; ++f) {
-    const CAudioFrame frame = PcmFrame(Stereo(Samples(mono.begin() + f * kFrame, mono.begin() + (f + 1) * kFrame)), 2, f);
-    const CAudioFrame* result = limiter->ProcessAudioFrame(f < 3 ? &frame : nullptr);
+    const CAudioFrame* result = limiter->ProcessAudioFrame(f < 3 ? &frames[f] : nullptr);
     if (result != nullptr) {
       const Samples got = PcmSamples(*result);
       out.insert(out.end(), got.begin(), got.end());
