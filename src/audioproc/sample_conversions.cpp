@@ -3,21 +3,13 @@
 #include <cstdint>
 
 #include "audioparse/audio_support.h"
+#include "primitives/prim_signal.h"
 
 namespace {
 
 // The interleaved conversions work on a scale of 32768, so that -32768 is
 // exactly -1.0 and 1.0 wraps to -32768.
 constexpr double kInterleavedScale = 32768.0;
-
-// Interim byte swap until the signal primitives are available to this folder.
-void SwapWordBytesInterim(const unsigned char* source, unsigned char* destination, int words) {
-  for (int i = 0; i < words; ++i) {
-    const unsigned char first = source[2 * i];
-    destination[2 * i] = source[2 * i + 1];
-    destination[2 * i + 1] = first;
-  }
-}
 
 int16_t ReadLittle16(const unsigned char* p) { return static_cast<int16_t>(p[0] | (p[1] << 8)); }
 
@@ -29,7 +21,14 @@ void WriteLittle16(int64_t value, unsigned char* p) {
 }  // namespace
 
 void CAudioSupport::SwapBytes16(const unsigned char* source, unsigned char* destination, int words) {
-  SwapWordBytesInterim(source, destination, words);
+  // The primitive's status is dropped: a count of 0 or below does nothing.
+  const auto* sourceWords = reinterpret_cast<const uint16_t*>(source);
+  auto* destinationWords = reinterpret_cast<uint16_t*>(destination);
+  if (source == destination) {
+    PrimSwapBytes16InPlace(destinationWords, words);
+  } else {
+    PrimSwapBytes16(sourceWords, destinationWords, words);
+  }
 }
 
 void CAudioSupport::Convert24BigTo16BitsLittle(const unsigned char* source, unsigned char* destination,

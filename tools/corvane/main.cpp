@@ -1,5 +1,9 @@
 // corvane: drives every subsystem of the library on real files.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <string>
 #include <vector>
@@ -11,6 +15,30 @@ using corvane::tool::Commands;
 using corvane::tool::FindCommand;
 
 namespace {
+
+// The library logs its start-up line while it is loaded, before main runs,
+// and by default to standard error, which belongs to the tool's own messages.
+// Unless the user names a log file in CORVANE_LOG, standard error is parked
+// on /dev/null from the executable's pre-init array (the one hook that runs
+// before the shared libraries' initialisers) until main restores it.
+int g_parkedStandardError = -1;
+
+void ParkStandardError(int, char**, char**) {
+  if (getenv("CORVANE_LOG") != nullptr) return;
+  const int quiet = open("/dev/null", O_WRONLY);
+  if (quiet < 0) return;
+  g_parkedStandardError = dup(STDERR_FILENO);
+  dup2(quiet, STDERR_FILENO);
+  close(quiet);
+}
+__attribute__((section(".preinit_array"), used)) void (*const g_parkStandardError)(int, char**, char**) =
+    ParkStandardError;
+
+void RestoreStandardError() {
+  if (g_parkedStandardError < 0) return;
+  dup2(g_parkedStandardError, STDERR_FILENO);
+  close(g_parkedStandardError);
+}
 
 void PrintCommandList(FILE* out) {
   std::fprintf(out, "usage: corvane COMMAND [ARGS]   (corvane COMMAND --help for its options)\n\ncommands:\n");
@@ -29,6 +57,7 @@ bool WantsHelp(const std::vector<std::string>& args) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  RestoreStandardError();
   if (argc < 2 || std::string(argv[1]) == "--help" || std::string(argv[1]) == "help") {
     PrintCommandList(argc < 2 ? stderr : stdout);
     return argc < 2 ? 2 : 0;
