@@ -8,4 +8,5 @@
 #include "core/types.h"
 #include "platform/buffer_alloc.h"
 #include "platform/logger.h"
+#include "platform/xml_node.h"
 #include "primitives/prim.h"
