@@ -37,7 +37,7 @@ using NSOCR_Img_OCR = int32_t (*)(NSOCRHandle image);
 // its terminating zero included, and comes back as the text's length without
 // the zero. 0 when the whole text and its zero were copied, 1 when the room is
 // too small (nothing is copied then; `text` may be null to ask for the
-// length), negative for a handle without a picture.
+// length), negative for an unknown handle. Empty until Img_OCR has read.
 using NSOCR_Img_GetImgText = int32_t (*)(NSOCRHandle image, wchar_t* text, int32_t* length);
 
 // The entry table in slot order: X(name, type) for each of the 66 entries.

@@ -1,0 +1,65 @@
+#include "caption_picture.h"
+
+#include <leptonica/allheaders.h>
+
+#include <algorithm>
+
+namespace {
+
+constexpr int kMaxScale = 8;
+
+// BT.601 luma weights in 1/256ths, the same for every pixel of the caption.
+uint8_t Luma(const uint8_t* pixel) {
+  return static_cast<uint8_t>((77 * pixel[0] + 150 * pixel[1] + 29 * pixel[2] + 128) >> 8);
+}
+
+PixPointer GreyPicture(const std::vector<uint8_t>& rgb, int width, int height) {
+  PixPointer grey(pixCreate(width, height, 8));
+  if (!grey) return grey;
+  l_uint32* data = pixGetData(grey.get());
+  const int wordsPerLine = pixGetWpl(grey.get());
+  for (int row = 0; row < height; ++row) {
+    l_uint32* line = data + static_cast<size_t>(row) * wordsPerLine;
+    const uint8_t* source = rgb.data() + static_cast<size_t>(row) * width * 3;
+    for (int column = 0; column < width; ++column) SET_DATA_BYTE(line, column, Luma(source + 3 * column));
+  }
+  return grey;
+}
+
+// The ground of a caption touches its edges; text seldom does. A dark ground
+// means light text, which is turned dark on light.
+bool HasDarkGround(Pix* grey) {
+  const int width = static_cast<int>(pixGetWidth(grey));
+  const int height = static_cast<int>(pixGetHeight(grey));
+  const l_uint32* data = pixGetData(grey);
+  const int wordsPerLine = pixGetWpl(grey);
+  auto at = [&](int column, int row) { return GET_DATA_BYTE(data + static_cast<size_t>(row) * wordsPerLine, column); };
+  long sum = 0;
+  for (int column = 0; column < width; ++column) sum += at(column, 0) + at(column, height - 1);
+  for (int row = 0; row < height; ++row) sum += at(0, row) + at(width - 1, row);
+  return sum < 128L * 2 * (width + height);
+}
+
+int ScaleFor(int height, int captionHeight) {
+  if (height >= captionHeight) return 1;
+  return std::clamp(captionHeight / height, 1, kMaxScale);
+}
+
+}  // namespace
+
+void PixDeleter::operator()(Pix* pix) const { pixDestroy(&pix); }
+
+PixPointer PrepareCaptionPicture(const std::vector<uint8_t>& rgb, int width, int height, int captionHeight) {
+  PixPointer picture = GreyPicture(rgb, width, height);
+  if (!picture) return picture;
+  if (HasDarkGround(picture.get())) pixInvert(picture.get(), picture.get());
+  const int scale = ScaleFor(height, captionHeight);
+  if (scale > 1) {
+    const auto factor = static_cast<l_float32>(scale);
+    picture.reset(pixScaleGrayLI(picture.get(), factor, factor));
+    if (!picture) return picture;
+  }
+  // Tesseract finds lines poorly when the glyphs touch the picture's edge.
+  const int margin = std::max(8, static_cast<int>(pixGetHeight(picture.get())) / 4);
+  return PixPointer(pixAddBorder(picture.get(), margin, 255));
+}
