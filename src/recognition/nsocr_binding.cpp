@@ -3,9 +3,11 @@
 #include <dlfcn.h>
 
 #include <cstdlib>
-#include <iterator>
 #include <cstring>
+#include <iterator>
 #include <string>
+
+#include "platform/win_app.h"
 
 namespace {
 
@@ -26,23 +28,14 @@ const unsigned char* SlotAddress(const NSOCREntryTable& table, size_t index) {
   return reinterpret_cast<const unsigned char*>(&table) + index * sizeof(NSOCRProc);
 }
 
-// The folder of the shared object that holds this code, with its closing slash.
-std::string OwnFolder() {
-  Dl_info info{};
-  if (dladdr(reinterpret_cast<void*>(&OwnFolder), &info) == 0 || info.dli_fname == nullptr) return std::string();
-  const std::string path = info.dli_fname;
-  const size_t slash = path.rfind('/');
-  return slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
-}
-
 void* OpenModule() {
   const char* chosen = std::getenv("CORVANE_OCR_ENGINE");
-  if (chosen != nullptr && *chosen != '\0') return dlopen(chosen, RTLD_NOW | RTLD_LOCAL);
-  const std::string folder = OwnFolder();
+  if (chosen != nullptr && *chosen != '\0') return CWinApp::LoadLibrary(chosen);
+  const std::string folder = SplitPath(CPlatformPaths::Current().modulePath).directory;
   if (!folder.empty()) {
-    if (void* module = dlopen((folder + kModuleName).c_str(), RTLD_NOW | RTLD_LOCAL)) return module;
+    if (void* module = CWinApp::LoadLibrary(folder + kModuleName)) return module;
   }
-  return dlopen(kModuleName, RTLD_NOW | RTLD_LOCAL);
+  return CWinApp::LoadLibrary(kModuleName);
 }
 
 }  // namespace
