@@ -40,6 +40,29 @@ bool HasDarkGround(Pix* grey) {
   return sum < 128L * 2 * (width + height);
 }
 
+// Stretches the grey levels to 0..255, so that the binarisation inside
+// Tesseract sees the same contrast whatever the caption's colours were.
+void StretchContrast(Pix* grey) {
+  l_int32 darkest = 0;
+  l_int32 lightest = 0;
+  if (pixGetExtremeValue(grey, 1, L_SELECT_MIN, nullptr, nullptr, nullptr, &darkest) != 0 ||
+      pixGetExtremeValue(grey, 1, L_SELECT_MAX, nullptr, nullptr, nullptr, &lightest) != 0 || lightest <= darkest) {
+    return;
+  }
+  l_uint32* data = pixGetData(grey);
+  const int wordsPerLine = pixGetWpl(grey);
+  const int width = static_cast<int>(pixGetWidth(grey));
+  const int height = static_cast<int>(pixGetHeight(grey));
+  const int range = lightest - darkest;
+  for (int row = 0; row < height; ++row) {
+    l_uint32* line = data + static_cast<size_t>(row) * wordsPerLine;
+    for (int column = 0; column < width; ++column) {
+      const int level = static_cast<int>(GET_DATA_BYTE(line, column));
+      SET_DATA_BYTE(line, column, ((level - darkest) * 255 + range / 2) / range);
+    }
+  }
+}
+
 int ScaleFor(int height, int captionHeight) {
   if (height >= captionHeight) return 1;
   return std::clamp(captionHeight / height, 1, kMaxScale);
@@ -53,6 +76,7 @@ PixPointer PrepareCaptionPicture(const std::vector<uint8_t>& rgb, int width, int
   PixPointer picture = GreyPicture(rgb, width, height);
   if (!picture) return picture;
   if (HasDarkGround(picture.get())) pixInvert(picture.get(), picture.get());
+  StretchContrast(picture.get());
   const int scale = ScaleFor(height, captionHeight);
   if (scale > 1) {
     const auto factor = static_cast<l_float32>(scale);

@@ -20,9 +20,7 @@ std::string TempPath(const std::string& name) {
   return testing::TempDir() + "xml_node_" + std::to_string(getpid()) + "_" + name;
 }
 
-void WriteText(const std::string& path, const std::string& text) {
-  std::ofstream(path, std::ios::binary) << text;
-}
+void WriteText(const std::string& path, const std::string& text) { std::ofstream(path, std::ios::binary) << text; }
 
 std::string ReadText(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
@@ -41,8 +39,9 @@ XMLNode ParseText(const std::string& xml, const char* tag = "root") {
 }
 
 TEST(XMLNodeBase64Test, WritesTheStandardEncodingOfTheRfcVectors) {
-  const std::pair<std::string, std::string> vectors[] = {
-      {"f", "Zg=="}, {"fo", "Zm8="}, {"foo", "Zm9v"}, {"foob", "Zm9vYg=="}, {"fooba", "Zm9vYmE="}, {"foobar", "Zm9vYmFy"}};
+  const std::pair<std::string, std::string> vectors[] = {{"f", "Zg=="},         {"fo", "Zm8="},
+                                                         {"foo", "Zm9v"},       {"foob", "Zm9vYg=="},
+                                                         {"fooba", "Zm9vYmE="}, {"foobar", "Zm9vYmFy"}};
   const std::string path = TempPath("rfc.xml");
   for (const auto& [plain, encoded] : vectors) {
     XMLNode top = XMLNode::createXMLTopNode();
@@ -266,8 +265,8 @@ TEST(XMLNodeFileTest, RefusesFilesThatAreNotTheDocumentAsked) {
   EXPECT_FALSE(results.description.empty());
 
   const std::string path = TempPath("hostile.xml");
-  const std::string broken[] = {"", "not xml at all", "<root><a>", "<root></wrong>",
-                                std::string("<root>\0</root>", 14), "<?xml version='1.0'?>"};
+  const std::string broken[] = {
+      "", "not xml at all", "<root><a>", "<root></wrong>", std::string("<root>\0</root>", 14), "<?xml version='1.0'?>"};
   for (const std::string& text : broken) {
     WriteText(path, text);
     EXPECT_TRUE(XMLNode::parseFile(path, "root", &results, 1).isEmpty()) << text;
