@@ -14,3 +14,5 @@
 #include "platform/win_app.h"
 #include "platform/xml_node.h"
 #include "primitives/prim.h"
+#include "recognition/image_hot_spot.h"
+#include "recognition/ocr_support.h"

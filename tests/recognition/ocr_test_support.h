@@ -9,33 +9,39 @@
 
 namespace corvane::test {
 
-// Sets CORVANE_OCR_ENGINE for the life of the object, then restores it.
-class ScopedEngineFile {
+// Sets an environment variable (or removes it, for null) for the life of
+// the object, then restores it.
+class ScopedEnvironment {
  public:
-  explicit ScopedEngineFile(const char* path) {
-    if (const char* old = getenv("CORVANE_OCR_ENGINE")) {
+  ScopedEnvironment(const char* name, const char* value) : name_(name) {
+    if (const char* old = getenv(name)) {
       previous_ = old;
       hadPrevious_ = true;
     }
-    if (path != nullptr) {
-      setenv("CORVANE_OCR_ENGINE", path, 1);
-    } else {
-      unsetenv("CORVANE_OCR_ENGINE");
-    }
+    Set(value);
   }
-  ~ScopedEngineFile() {
-    if (hadPrevious_) {
-      setenv("CORVANE_OCR_ENGINE", previous_.c_str(), 1);
-    } else {
-      unsetenv("CORVANE_OCR_ENGINE");
-    }
-  }
-  ScopedEngineFile(const ScopedEngineFile&) = delete;
-  ScopedEngineFile& operator=(const ScopedEngineFile&) = delete;
+  ~ScopedEnvironment() { Set(hadPrevious_ ? previous_.c_str() : nullptr); }
+  ScopedEnvironment(const ScopedEnvironment&) = delete;
+  ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
 
  private:
+  void Set(const char* value) {
+    if (value != nullptr) {
+      setenv(name_.c_str(), value, 1);
+    } else {
+      unsetenv(name_.c_str());
+    }
+  }
+
+  std::string name_;
   std::string previous_;
   bool hadPrevious_ = false;
+};
+
+// The engine file that the OCR binding opens, for the life of the object.
+class ScopedEngineFile : public ScopedEnvironment {
+ public:
+  explicit ScopedEngineFile(const char* path) : ScopedEnvironment("CORVANE_OCR_ENGINE", path) {}
 };
 
 // The stand-in engine, held open by the test so that its call log outlives
