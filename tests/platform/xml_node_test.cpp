@@ -1,7 +1,6 @@
 #include "platform/xml_node.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -14,10 +13,14 @@
 #include <string>
 #include <vector>
 
+#include "support/temp_folder.h"
+
 namespace {
 
+// One folder for the files of this suite, removed when the tests end.
 std::string TempPath(const std::string& name) {
-  return testing::TempDir() + "xml_node_" + std::to_string(getpid()) + "_" + name;
+  static const corvane::test::TempFolder folder;
+  return folder.Path() + "/" + name;
 }
 
 void WriteText(const std::string& path, const std::string& text) { std::ofstream(path, std::ios::binary) << text; }
@@ -33,9 +36,7 @@ std::string ReadText(const std::string& path) {
 XMLNode ParseText(const std::string& xml, const char* tag = "root") {
   const std::string path = TempPath("parse.xml");
   WriteText(path, xml);
-  XMLNode node = XMLNode::parseFile(path, tag, nullptr, 1);
-  std::remove(path.c_str());
-  return node;
+  return XMLNode::parseFile(path, tag, nullptr, 1);
 }
 
 TEST(XMLNodeBase64Test, WritesTheStandardEncodingOfTheRfcVectors) {
@@ -54,7 +55,6 @@ TEST(XMLNodeBase64Test, WritesTheStandardEncodingOfTheRfcVectors) {
   top.addChildNode("root", 0).AddNodeBase64Encoded("d", bytes.data(), bytes.size());
   ASSERT_TRUE(top.saveXMLToFile(path, 0));
   EXPECT_NE(ReadText(path).find("<d>//77</d>"), std::string::npos);
-  std::remove(path.c_str());
 }
 
 TEST(XMLNodeBase64Test, RandomBytesOfEverySizeComeBackThroughAFile) {
@@ -72,7 +72,6 @@ TEST(XMLNodeBase64Test, RandomBytesOfEverySizeComeBackThroughAFile) {
     EXPECT_TRUE(std::equal(bytes.begin(), bytes.end(), decoded.begin())) << size;
     for (size_t i = size; i < decoded.size(); ++i) EXPECT_EQ(decoded[i], 0xA5) << "written past the data";
   }
-  std::remove(path.c_str());
 }
 
 TEST(XMLNodeBase64Test, DecodingStopsAtTheBufferSize) {
@@ -129,7 +128,6 @@ TEST(XMLNodeValuesTest, RectanglesAndAttributesComeBackExactly) {
   ASSERT_TRUE(loaded.GetAttribute("tiny", tiny));
   EXPECT_EQ(ratio, 0.1);  // exact: seventeen digits identify every double
   EXPECT_EQ(tiny, -4.9406564584124654e-324);
-  std::remove(path.c_str());
 }
 
 TEST(XMLNodeValuesTest, MissingOrOutOfRangeValuesLeaveTheTargetUntouched) {
@@ -243,7 +241,6 @@ TEST(XMLNodeFileTest, SavesTheWholeDocumentOrOneBranchInEitherLayout) {
   EXPECT_TRUE(loaded.getChildNode("point", &iterator).GetAttribute("gain", gain));
   EXPECT_EQ(gain, -6.5);
   EXPECT_FALSE(top.saveXMLToFile(TempPath("no/such/folder.xml"), 0));
-  std::remove(path.c_str());
 }
 
 TEST(XMLNodeFileTest, ADeclarationChildReplacesTheDefaultOne) {
@@ -255,7 +252,6 @@ TEST(XMLNodeFileTest, ADeclarationChildReplacesTheDefaultOne) {
   EXPECT_TRUE(top.addChildNode("root", 0).addChildNode("xml", 1).isEmpty()) << "declarations live at the top";
   ASSERT_TRUE(top.saveXMLToFile(path, 0));
   EXPECT_EQ(ReadText(path).rfind("<?xml version=\"1\"?><root", 0), 0u);
-  std::remove(path.c_str());
 }
 
 TEST(XMLNodeFileTest, RefusesFilesThatAreNotTheDocumentAsked) {
@@ -279,7 +275,6 @@ TEST(XMLNodeFileTest, RefusesFilesThatAreNotTheDocumentAsked) {
   EXPECT_FALSE(XMLNode::parseFile(path, "root", &results, 0).isEmpty()) << "found below the root";
   EXPECT_TRUE(XMLNode::parseFile(path, "missing", nullptr, 0).isEmpty());
   EXPECT_TRUE(XMLNode::parseFile(path, nullptr, nullptr, 0).isEmpty());
-  std::remove(path.c_str());
 }
 
 TEST(XMLNodeFileTest, DeepNestingIsParsedAndSearchedWithoutRecursion) {
@@ -292,7 +287,6 @@ TEST(XMLNodeFileTest, DeepNestingIsParsedAndSearchedWithoutRecursion) {
   WriteText(path, xml);
   EXPECT_TRUE(XMLNode::parseFile(path, "root", nullptr, 1).isEmpty());
   EXPECT_FALSE(XMLNode::parseFile(path, "root", nullptr, 0).isEmpty());
-  std::remove(path.c_str());
 }
 
 }  // namespace

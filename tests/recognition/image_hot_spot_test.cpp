@@ -1,7 +1,6 @@
 #include "recognition/image_hot_spot.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <cstring>
@@ -12,11 +11,14 @@
 #include <vector>
 
 #include "platform/buffer_alloc.h"
+#include "support/temp_folder.h"
 
 namespace {
 
+// One folder for the files of this suite, removed when the tests end.
 std::string TempPath(const std::string& name) {
-  return testing::TempDir() + "hot_spot_" + std::to_string(getpid()) + "_" + name;
+  static const corvane::test::TempFolder folder;
+  return folder.Path() + "/" + name;
 }
 
 std::string ReadText(const std::string& path) {
@@ -57,8 +59,6 @@ CImageHotSpot SampleHotSpot(CHROMA chroma = CHROMA_420) {
 
 class HotSpotFileTest : public testing::Test {
  protected:
-  void TearDown() override { std::remove(path_.c_str()); }
-
   // Saves the sample, edits its text with `edit` and loads it into `target`.
   bool LoadEdited(CImageHotSpot& target, const std::string& from, const std::string& to) {
     SampleHotSpot().SaveHotSpotDataToFile(path_);

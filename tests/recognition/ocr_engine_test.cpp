@@ -12,6 +12,7 @@
 #include "recognition/ocr_test_support.h"
 #include "recognition/rendered_text.h"
 #include "recognition/wide_text.h"
+#include "support/temp_folder.h"
 
 namespace {
 
@@ -146,7 +147,8 @@ TEST_F(OCREngineTest, RefusesBadHandlesAndPictures) {
 
 TEST_F(OCREngineTest, RefusesOptionFilesItCannotUse) {
   const NSOCREntryTable& e = binding_.entries;
-  const std::string path = testing::TempDir() + "ocr_options_" + std::to_string(getpid()) + ".dat";
+  const corvane::test::TempFolder folder;
+  const std::string path = folder.Path() + "/options.dat";
   const std::pair<std::string, int32_t> cases[] = {{"language=eng\npage_segmentation_mode=14\n", -4},
                                                    {"colour=blue\n", -4},
                                                    {"language\n", -4},
@@ -168,7 +170,6 @@ TEST_F(OCREngineTest, RefusesOptionFilesItCannotUse) {
   NSOCRHandle recognition = 0;
   EXPECT_EQ(e.Ocr_Create(configuration, &recognition), -5) << "no data for that language";
   EXPECT_EQ(e.Cfg_Destroy(configuration), 0);
-  std::remove(path.c_str());
 }
 
 TEST_F(OCREngineTest, NothingWorksOutsideAStartedEngine) {
