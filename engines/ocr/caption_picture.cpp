@@ -7,6 +7,9 @@
 namespace {
 
 constexpr int kMaxScale = 8;
+// Grey levels that compression noise spans on a plain ground; a picture
+// within them holds no text, and stretching it would only magnify the noise.
+constexpr int kMinimumContrast = 32;
 
 // BT.601 luma weights in 1/256ths, the same for every pixel of the caption.
 uint8_t Luma(const uint8_t* pixel) {
@@ -26,28 +29,32 @@ PixPointer GreyPicture(const std::vector<uint8_t>& rgb, int width, int height) {
   return grey;
 }
 
-// The ground of a caption touches its edges; text seldom does. A dark ground
-// means light text, which is turned dark on light.
-bool HasDarkGround(Pix* grey) {
+// The ground of a caption touches its edges, text seldom does: the mean of
+// the outermost pixels is the ground's level.
+int GroundLevel(Pix* grey) {
   const int width = static_cast<int>(pixGetWidth(grey));
   const int height = static_cast<int>(pixGetHeight(grey));
   const l_uint32* data = pixGetData(grey);
   const int wordsPerLine = pixGetWpl(grey);
-  auto at = [&](int column, int row) { return GET_DATA_BYTE(data + static_cast<size_t>(row) * wordsPerLine, column); };
+  auto at = [&](int column, int row) {
+    return static_cast<long>(GET_DATA_BYTE(data + static_cast<size_t>(row) * wordsPerLine, column));
+  };
   long sum = 0;
   for (int column = 0; column < width; ++column) sum += at(column, 0) + at(column, height - 1);
   for (int row = 0; row < height; ++row) sum += at(0, row) + at(width - 1, row);
-  return sum < 128L * 2 * (width + height);
+  return static_cast<int>(sum / (2L * (width + height)));
 }
 
-// Stretches the grey levels to 0..255, so that the binarisation inside
-// Tesseract sees the same contrast whatever the caption's colours were.
-void StretchContrast(Pix* grey) {
+// Maps the darkest level to 0 and the lightest to 255, so that the
+// binarisation inside Tesseract sees the same contrast whatever the caption's
+// colours were. False, with nothing changed, for a picture without contrast.
+bool StretchContrast(Pix* grey) {
   l_int32 darkest = 0;
   l_int32 lightest = 0;
   if (pixGetExtremeValue(grey, 1, L_SELECT_MIN, nullptr, nullptr, nullptr, &darkest) != 0 ||
-      pixGetExtremeValue(grey, 1, L_SELECT_MAX, nullptr, nullptr, nullptr, &lightest) != 0 || lightest <= darkest) {
-    return;
+      pixGetExtremeValue(grey, 1, L_SELECT_MAX, nullptr, nullptr, nullptr, &lightest) != 0 ||
+      lightest - darkest < kMinimumContrast) {
+    return false;
   }
   l_uint32* data = pixGetData(grey);
   const int wordsPerLine = pixGetWpl(grey);
@@ -61,6 +68,7 @@ void StretchContrast(Pix* grey) {
       SET_DATA_BYTE(line, column, ((level - darkest) * 255 + range / 2) / range);
     }
   }
+  return true;
 }
 
 int ScaleFor(int height, int captionHeight) {
@@ -72,18 +80,22 @@ int ScaleFor(int height, int captionHeight) {
 
 void PixDeleter::operator()(Pix* pix) const { pixDestroy(&pix); }
 
-PixPointer PrepareCaptionPicture(const std::vector<uint8_t>& rgb, int width, int height, int captionHeight) {
-  PixPointer picture = GreyPicture(rgb, width, height);
-  if (!picture) return picture;
-  if (HasDarkGround(picture.get())) pixInvert(picture.get(), picture.get());
-  StretchContrast(picture.get());
+CaptionPicture PrepareCaptionPicture(const std::vector<uint8_t>& rgb, int width, int height, int captionHeight) {
+  CaptionPicture picture;
+  picture.pix = GreyPicture(rgb, width, height);
+  if (!picture.pix) return picture;
+  if (GroundLevel(picture.pix.get()) < 128) pixInvert(picture.pix.get(), picture.pix.get());
+  picture.blank = !StretchContrast(picture.pix.get());
+  if (picture.blank) return picture;
   const int scale = ScaleFor(height, captionHeight);
   if (scale > 1) {
     const auto factor = static_cast<l_float32>(scale);
-    picture.reset(pixScaleGrayLI(picture.get(), factor, factor));
-    if (!picture) return picture;
+    picture.pix.reset(pixScaleGrayLI(picture.pix.get(), factor, factor));
+    if (!picture.pix) return picture;
   }
   // Tesseract finds lines poorly when the glyphs touch the picture's edge.
-  const int margin = std::max(8, static_cast<int>(pixGetHeight(picture.get())) / 4);
-  return PixPointer(pixAddBorder(picture.get(), margin, 255));
+  const int margin = std::max(8, static_cast<int>(pixGetHeight(picture.pix.get())) / 4);
+  const int ground = GroundLevel(picture.pix.get());
+  picture.pix.reset(pixAddBorder(picture.pix.get(), margin, static_cast<l_uint32>(ground)));
+  return picture;
 }

@@ -28,9 +28,13 @@ TextReader::~TextReader() {
 
 bool TextReader::Read(const std::vector<uint8_t>& rgb, int width, int height, std::wstring& text) {
   if (!ready_) return false;
-  const PixPointer picture = PrepareCaptionPicture(rgb, width, height, options_.captionHeight);
-  if (!picture) return false;
-  api_->SetImage(picture.get());
+  const CaptionPicture picture = PrepareCaptionPicture(rgb, width, height, options_.captionHeight);
+  if (!picture.pix) return false;
+  if (picture.blank) {
+    text.clear();
+    return true;
+  }
+  api_->SetImage(picture.pix.get());
   api_->SetSourceResolution(kAssumedResolution);
   const std::unique_ptr<char[]> utf8(api_->GetUTF8Text());
   api_->Clear();

@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <fstream>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -108,6 +109,20 @@ TEST_F(OCREngineTest, ScalingUpKeepsTinyCaptionsReadable) {
   // Glyphs of 10 pixels: about a sixth of the characters are misread when
   // the picture is given to Tesseract at its own size.
   EXPECT_GE(Accuracy(10, 235, 16), 0.93);
+}
+
+TEST_F(OCREngineTest, PlainOrNoisyGroundsReadAsNoText) {
+  Open();
+  std::mt19937 random(3);
+  for (const uint8_t ground : {uint8_t{16}, uint8_t{128}, uint8_t{235}}) {
+    RenderedCaption plain;
+    plain.width = 56;
+    plain.height = 16;
+    plain.rgb.assign(56 * 16 * 3, ground);
+    EXPECT_EQ(Read(plain), "") << "ground " << int{ground};
+    for (uint8_t& byte : plain.rgb) byte = static_cast<uint8_t>(ground - 8 + static_cast<int>(random() % 16));
+    EXPECT_EQ(Read(plain), "") << "noise around " << int{ground};
+  }
 }
 
 TEST_F(OCREngineTest, TextIsHandedOutOnlyWhenItFits) {
