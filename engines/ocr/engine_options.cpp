@@ -25,8 +25,8 @@ bool ParseInt(std::string_view text, int min, int max, int& value) {
 bool IsLanguageName(std::string_view text) {
   if (text.empty()) return false;
   for (const char c : text) {
-    const bool allowed = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
-                         c == '+' || c == '-';
+    const bool allowed =
+        (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' || c == '+' || c == '-';
     if (!allowed) return false;
   }
   return true;

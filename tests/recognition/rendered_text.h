@@ -13,10 +13,10 @@ namespace corvane::test {
 
 // Letters, digits and hyphens, as channel names, clocks and dates show them.
 inline const std::vector<std::string>& CaptionStrings() {
-  static const std::vector<std::string> strings = {
-      "BBC-ONE",  "Channel-4", "ZDF-info", "RTL2",       "Sport-1",   "News24",     "20-15",
-      "07-45",    "CH-112",    "HD-Plus",  "Kanal-5",    "EPG-Guide", "Arte-HD",    "Movie-3",
-      "TV-Guide", "2024-11-08", "Euro-7",  "Live-Sport", "Prog-09",   "Info-Kanal"};
+  static const std::vector<std::string> strings = {"BBC-ONE",    "Channel-4", "ZDF-info",   "RTL2",    "Sport-1",
+                                                   "News24",     "20-15",     "07-45",      "CH-112",  "HD-Plus",
+                                                   "Kanal-5",    "EPG-Guide", "Arte-HD",    "Movie-3", "TV-Guide",
+                                                   "2024-11-08", "Euro-7",    "Live-Sport", "Prog-09", "Info-Kanal"};
   return strings;
 }
 
