@@ -1,5 +1,6 @@
 #include "recognition/image_hot_spot.h"
 
+#include "image/image_support.h"
 #include "platform/xml_node.h"
 
 namespace {
@@ -72,4 +73,12 @@ bool CImageHotSpot::LoadHotSpotDataFromFile(const CString& path) {
   frame.GetValueBase64Encoded("udata", m_referenceFrame.u, static_cast<size_t>(m_referenceFrame.chromaPlaneSize));
   frame.GetValueBase64Encoded("vdata", m_referenceFrame.v, static_cast<size_t>(m_referenceFrame.chromaPlaneSize));
   return true;
+}
+
+float CImageHotSpot::CountDiff(int areaIndex, const CYUVFrame& frame, CYUVFrame& difference, int threshold, int& count,
+                               unsigned char& maxDifference) {
+  const CRect& area = m_checkAreas[static_cast<size_t>(areaIndex)];
+  CImageSupport::CreateDifferenceFrame2(frame, m_referenceFrame, difference, m_differenceFrame, area,
+                                        static_cast<unsigned char>(threshold), count, maxDifference);
+  return static_cast<float>(static_cast<double>(count) / ((area.bottom - area.top) * (area.right - area.left)));
 }

@@ -26,6 +26,15 @@ class CImageHotSpot {
   // failed write is not reported.
   virtual bool SaveHotSpotDataToFile(const CString& path);
 
+  // Compares the luma of `frame` with the reference inside check area
+  // `areaIndex`: `count` pixels differ by `threshold` or more, the largest
+  // difference is `maxDifference`, and `difference` shows the differing
+  // pixels as 255, the others as 0. Gives count divided by the area's size.
+  // The frame's luma inside the area is held within 16 to 235 first, in
+  // place; a frame of another size than the reference replaces it.
+  float CountDiff(int areaIndex, const CYUVFrame& frame, CYUVFrame& difference, int threshold, int& count,
+                  unsigned char& maxDifference);
+
   CYUVFrame m_referenceFrame;
   std::vector<CRect> m_checkAreas;
   std::vector<CRect> m_ocrAreas;  // at the index of their check area

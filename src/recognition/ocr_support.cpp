@@ -18,4 +18,10 @@ void COCRSupport::ResetPreviousFrame() { m_impl->ResetPreviousFrame(); }
 
 void COCRSupport::ClearAllOCRAreas() { m_impl->ClearAllOCRAreas(); }
 
+bool COCRSupport::IsImageDifferent(const CYUVFrame& frame, int threshold) {
+  return m_impl->IsImageDifferent(frame, threshold);
+}
+
+HRESULT COCRSupport::DoOCR(const CYUVFrame& frame) { return m_impl->DoOCR(frame); }
+
 CString COCRSupport::GetText(int areaIndex) { return m_impl->GetText(areaIndex); }

@@ -36,6 +36,14 @@ class COCRSupport {
   // Forgets the last frame, so that the next comparison starts afresh.
   virtual void ResetPreviousFrame();
   virtual void ClearAllOCRAreas();
+  // True when, in one of the areas, `frame` differs from the frame of the
+  // last call by more than `threshold` in some pixel. The frame becomes the
+  // last frame, whatever the result; the first call after
+  // ResetPreviousFrame finds no difference.
+  virtual bool IsImageDifferent(const CYUVFrame& frame, int threshold);
+  // Has the engine read the text of every area of `frame`. E_FAIL when there
+  // are no areas, the engine is not initialised or refuses a picture.
+  virtual HRESULT DoOCR(const CYUVFrame& frame);
   // The text an area's last DoOCR read, keeping only '-', digits and ASCII
   // letters; empty for an index outside the areas.
   virtual CString GetText(int areaIndex);

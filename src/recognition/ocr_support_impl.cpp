@@ -1,5 +1,11 @@
 #include "recognition/ocr_support_impl.h"
 
+#include <algorithm>
+#include <string>
+
+#include "image/image_support.h"
+#include "recognition/wide_text.h"
+
 namespace {
 
 // Calls an engine entry that may be missing: true only when it exists and succeeds.
@@ -64,6 +70,54 @@ HRESULT COCRSupportImpl::AddOCRArea(const CRect& area, COCRSupport::TEXT_TYPE ty
 void COCRSupportImpl::ResetPreviousFrame() { previousFrame = CYUVFrame(); }
 
 void COCRSupportImpl::ClearAllOCRAreas() { areas.clear(); }
+
+bool COCRSupportImpl::IsImageDifferent(const CYUVFrame& frame, int threshold) {
+  bool different = false;
+  for (const COCRArea& area : areas) {
+    int count = 0;
+    unsigned char maximum = 0;
+    CImageSupport::CreateDifferenceFrame2(frame, previousFrame, differenceFrame, maskFrame, area.rectangle,
+                                          static_cast<unsigned char>(threshold), count, maximum);
+    if (count != 0 && maximum > threshold) {
+      different = true;
+      break;
+    }
+  }
+  previousFrame = frame;
+  return different;
+}
+
+HRESULT COCRSupportImpl::DoOCR(const CYUVFrame& frame) {
+  if (areas.empty()) return E_FAIL;
+  for (COCRArea& area : areas) {
+    area.text.clear();
+    const int width = std::max(0, area.rectangle.Width());
+    const int height = std::max(0, area.rectangle.Height());
+    const size_t size = static_cast<size_t>(width) * static_cast<size_t>(height) * 3;
+    if (area.pixels.size() != size) area.pixels.resize(size);
+    CImageSupport::ConvertYUVFrame_to_RGBBuffer(area.pixels.data(), frame, area.rectangle);
+    if (!binding || !binding->loaded ||
+        !Succeeds(binding->entries.Img_LoadBmpData, image, area.pixels.data(), width, height, 0) || !ReadText(area)) {
+      return E_FAIL;
+    }
+  }
+  return S_OK;
+}
+
+bool COCRSupportImpl::ReadText(COCRArea& area) {
+  const NSOCREntryTable& entries = binding->entries;
+  int32_t length = 0;
+  if (!Succeeds(entries.Img_OCR, image) || entries.Img_GetImgText == nullptr ||
+      entries.Img_GetImgText(image, nullptr, &length) < 0) {
+    return false;
+  }
+  std::wstring text(static_cast<size_t>(length) + 1, L'\0');
+  int32_t room = length + 1;
+  if (entries.Img_GetImgText(image, text.data(), &room) != 0) return false;
+  text.resize(static_cast<size_t>(room));
+  area.text = WideToUtf8(text);
+  return true;
+}
 
 CString COCRSupportImpl::GetText(int areaIndex) const {
   if (areaIndex < 0 || static_cast<size_t>(areaIndex) >= areas.size()) return CString();

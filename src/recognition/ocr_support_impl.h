@@ -33,6 +33,8 @@ class COCRSupportImpl {
   HRESULT AddOCRArea(const CRect& area, COCRSupport::TEXT_TYPE type);
   void ResetPreviousFrame();
   void ClearAllOCRAreas();
+  bool IsImageDifferent(const CYUVFrame& frame, int threshold);
+  HRESULT DoOCR(const CYUVFrame& frame);
   CString GetText(int areaIndex) const;
 
   // The characters of `text` that are '-', digits or ASCII letters, in order.
@@ -47,4 +49,9 @@ class COCRSupportImpl {
   NSOCRHandle recognition = 0;
   NSOCRHandle image = 0;
   std::vector<COCRArea> areas;
+
+ private:
+  // Recognises the picture loaded into the engine's image object and stores
+  // its text in the area. False when an entry is missing or fails.
+  bool ReadText(COCRArea& area);
 };

@@ -96,9 +96,18 @@ TEST_F(HotSpotFileTest, SaveThenLoadGivesBackAreasAndEveryByteOfThePlanes) {
 TEST_F(HotSpotFileTest, TheFileFollowsTheHotSpotLayout) {
   SampleHotSpot().SaveHotSpotDataToFile(path_);
   const std::string text = ReadText(path_);
-  const char* inOrder[] = {"<hot_spot>", "<areas_list>", "<area area_number=\"0\">", "<check_area", "<ocr_area",
-                           "<area area_number=\"1\">", "<area area_number=\"2\">", "</areas_list>",
-                           "<yuv_frame width=\"30\" height=\"20\" chroma=\"1\">", "<ydata>", "<udata>", "<vdata>"};
+  const char* inOrder[] = {"<hot_spot>",
+                           "<areas_list>",
+                           "<area area_number=\"0\">",
+                           "<check_area",
+                           "<ocr_area",
+                           "<area area_number=\"1\">",
+                           "<area area_number=\"2\">",
+                           "</areas_list>",
+                           "<yuv_frame width=\"30\" height=\"20\" chroma=\"1\">",
+                           "<ydata>",
+                           "<udata>",
+                           "<vdata>"};
   size_t at = 0;
   for (const char* part : inOrder) {
     at = text.find(part, at);
@@ -138,8 +147,9 @@ TEST_F(HotSpotFileTest, UnreadableFilesChangeNothing) {
 }
 
 TEST_F(HotSpotFileTest, WithoutAUsablePictureTheAreasAreReplacedButNotThePicture) {
-  WriteText(path_, "<hot_spot><areas_list><area><check_area left='1' top='2' right='3' bottom='4'/></area>"
-                   "<area/></areas_list></hot_spot>");
+  WriteText(path_,
+            "<hot_spot><areas_list><area><check_area left='1' top='2' right='3' bottom='4'/></area>"
+            "<area/></areas_list></hot_spot>");
   CImageHotSpot spot = SampleHotSpot(CHROMA_422);
   const CImageHotSpot before = spot;
   EXPECT_FALSE(spot.LoadHotSpotDataFromFile(path_));
@@ -151,10 +161,9 @@ TEST_F(HotSpotFileTest, WithoutAUsablePictureTheAreasAreReplacedButNotThePicture
   EXPECT_TRUE(SameBlock(spot.m_referenceFrame, before.m_referenceFrame));
 
   const std::pair<std::string, std::string> badFrames[] = {
-      {"width=\"30\"", "width=\"-30\""},        {"width=\"30\"", "width=\"9000\""},
-      {"height=\"20\"", "height=\"0\""},        {"height=\"20\"", "height=\"20x\""},
-      {"height=\"20\"", "heigth=\"20\""},       {"chroma=\"1\"", "chroma=\"4\""},
-      {"chroma=\"1\"", "chroma=\"0\""},         {"width=\"30\"", "width=\"99999999999\""}};
+      {"width=\"30\"", "width=\"-30\""},   {"width=\"30\"", "width=\"9000\""},       {"height=\"20\"", "height=\"0\""},
+      {"height=\"20\"", "height=\"20x\""}, {"height=\"20\"", "heigth=\"20\""},       {"chroma=\"1\"", "chroma=\"4\""},
+      {"chroma=\"1\"", "chroma=\"0\""},    {"width=\"30\"", "width=\"99999999999\""}};
   for (const auto& [from, to] : badFrames) {
     CImageHotSpot target = before;
     EXPECT_FALSE(LoadEdited(target, from, to)) << to;
@@ -204,6 +213,73 @@ TEST(HotSpotCopyTest, CopiesOwnTheirPlanes) {
     EXPECT_EQ(LargeBufferLiveBlocks(), liveBlocks + 3);
   }
   EXPECT_EQ(LargeBufferLiveBlocks(), liveBlocks);
+}
+
+// A 32 by 32 picture of one luma value, chroma at the middle.
+CYUVFrame FlatFrame(uint8_t luma, int width = 32, int height = 32) {
+  CYUVFrame frame(width, height, CHROMA_420);
+  std::memset(frame.y, luma, static_cast<size_t>(frame.lumaPlaneSize));
+  std::memset(frame.u, 128, 2 * static_cast<size_t>(frame.chromaPlaneSize));
+  return frame;
+}
+
+class HotSpotDifferenceTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    spot_.m_referenceFrame = FlatFrame(100);
+    spot_.m_checkAreas = {CRect(8, 8, 24, 24)};
+    spot_.m_ocrAreas = {CRect()};
+  }
+
+  CImageHotSpot spot_;
+  CYUVFrame difference_;
+  int count_ = -1;
+  unsigned char max_ = 99;
+};
+
+TEST_F(HotSpotDifferenceTest, CountsThePixelsThatDifferByTheThresholdOrMore) {
+  CYUVFrame frame = FlatFrame(100);
+  for (int row = 12; row < 17; ++row) {
+    for (int column = 10; column < 14; ++column) frame.y[row * frame.stride + column] = 150;
+  }
+  frame.y[20 * frame.stride + 20] = 129;  // 29 below the threshold
+  frame.y[2 * frame.stride + 2] = 255;    // outside the area
+  // 20 of the area's 16 * 16 pixels differ by 50: 20 / 256 is exact in a float.
+  EXPECT_EQ(spot_.CountDiff(0, frame, difference_, 30, count_, max_), 0.078125f);
+  EXPECT_EQ(count_, 20);
+  EXPECT_EQ(max_, 50);
+  EXPECT_EQ(difference_.y[12 * difference_.stride + 10], 255);
+  EXPECT_EQ(difference_.y[20 * difference_.stride + 20], 0);
+  EXPECT_EQ(difference_.y[16 * difference_.stride + 13], 255);
+  EXPECT_EQ(difference_.y[17 * difference_.stride + 13], 0);
+}
+
+TEST_F(HotSpotDifferenceTest, AFrameMatchesItsReferenceExceptAtThresholdZero) {
+  CYUVFrame same = FlatFrame(100);
+  EXPECT_EQ(spot_.CountDiff(0, same, difference_, 1, count_, max_), 0.0f);
+  EXPECT_EQ(count_, 0);
+  EXPECT_EQ(max_, 0);
+  EXPECT_EQ(spot_.CountDiff(0, same, difference_, 0, count_, max_), 1.0f) << "a difference of 0 is in range 0 to 255";
+  EXPECT_EQ(count_, 256);
+}
+
+TEST_F(HotSpotDifferenceTest, TheFramesLumaIsHeldToStudioRangeBeforeTheComparison) {
+  spot_.m_referenceFrame = FlatFrame(16);
+  CYUVFrame black = FlatFrame(0);
+  EXPECT_EQ(spot_.CountDiff(0, black, difference_, 1, count_, max_), 0.0f);
+  EXPECT_EQ(black.y[8 * black.stride + 8], 16) << "changed in place inside the area";
+  EXPECT_EQ(black.y[0], 0) << "and only there";
+  spot_.m_referenceFrame = FlatFrame(235);
+  CYUVFrame white = FlatFrame(255);
+  EXPECT_EQ(spot_.CountDiff(0, white, difference_, 1, count_, max_), 0.0f);
+}
+
+TEST_F(HotSpotDifferenceTest, AFrameOfAnotherSizeReplacesTheReference) {
+  CYUVFrame larger = FlatFrame(200, 48, 32);
+  EXPECT_EQ(spot_.CountDiff(0, larger, difference_, 10, count_, max_), 0.0f);
+  EXPECT_EQ(spot_.m_referenceFrame.width, 48);
+  EXPECT_EQ(spot_.m_referenceFrame.y[0], 200);
+  EXPECT_EQ(spot_.m_differenceFrame.width, 48) << "the work frame takes the compared size";
 }
 
 }  // namespace

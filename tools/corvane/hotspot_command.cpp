@@ -1,5 +1,6 @@
 // `corvane hotspot`: makes a hot spot file from a frame of a video, and
 // compares the frames of a video with a hot spot, area by area.
+#include <cinttypes>
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -13,6 +14,9 @@
 
 namespace corvane::tool {
 namespace {
+
+// Luma steps that compression noise seldom reaches and a change of screen does.
+constexpr int kDefaultThreshold = 24;
 
 // The long spelling of the output option; "-o" is its short form.
 std::vector<std::string> WithLongOptions(std::vector<std::string> arguments) {
@@ -56,22 +60,62 @@ int SaveHotSpot(const std::vector<std::string>& arguments) {
   return 0;
 }
 
+int MatchHotSpot(const std::vector<std::string>& arguments) {
+  const Args args(arguments, {"threshold"});
+  args.ExpectPositional(3, "match SPOT.xml IN.y4m");
+  const std::string spotPath = args.Positional()[1];
+  const std::string input = args.Positional()[2];
+  const int threshold = args.GetInt("threshold", kDefaultThreshold, 0, 255);
+
+  CImageHotSpot spot;
+  if (!spot.LoadHotSpotDataFromFile(spotPath)) throw ToolError(spotPath + ": not a hot spot file");
+  const CYUVFrame& reference = spot.m_referenceFrame;
+  if (spot.m_checkAreas.empty()) throw ToolError(spotPath + ": the hot spot has no areas");
+  for (const CRect& area : spot.m_checkAreas) CheckAreaInside(area, reference.width, reference.height, "check area");
+  Y4MReader reader(input);
+  if (reader.Format().width != reference.width || reader.Format().height != reference.height) {
+    throw ToolError(input + ": frames are " + std::to_string(reader.Format().width) + "x" +
+                    std::to_string(reader.Format().height) + ", the hot spot's reference is " +
+                    std::to_string(reference.width) + "x" + std::to_string(reference.height));
+  }
+
+  std::printf("%6s %5s %10s %8s %4s\n", "frame", "area", "differing", "pixels", "max");
+  CYUVFrame frame;
+  CYUVFrame difference;
+  for (uint64_t index = 0; reader.ReadFrame(frame); ++index) {
+    for (size_t area = 0; area < spot.m_checkAreas.size(); ++area) {
+      int count = 0;
+      unsigned char maximum = 0;
+      const float share = spot.CountDiff(static_cast<int>(area), frame, difference, threshold, count, maximum);
+      std::printf("%6" PRIu64 " %5zu %10.6f %8d %4d\n", index, area, share, count, maximum);
+    }
+  }
+  return 0;
+}
+
 int RunHotSpot(const std::vector<std::string>& arguments) {
   const std::string action = arguments.empty() ? std::string() : arguments.front();
   if (action == "save") return SaveHotSpot(arguments);
-  throw ToolError("expected save (see --help)");
+  if (action == "match") return MatchHotSpot(arguments);
+  throw ToolError("expected save or match (see --help)");
 }
 
 const bool registered = RegisterCommand({
     "hotspot",
-    "make a hot spot file from a video frame",
+    "make a hot spot file from a video frame, or compare a video with one",
     "usage: corvane hotspot save REF.y4m [--frame N] --area L,T,R,B[:L,T,R,B] ... -o SPOT.xml\n"
+    "       corvane hotspot match SPOT.xml IN.y4m [--threshold T]\n"
     "\n"
-    "Takes frame N (from 0, default 0) of REF.y4m as the reference picture of a\n"
-    "hot spot and writes it with its areas to SPOT.xml. Each --area is a check\n"
-    "area, left,top,right,bottom with right and bottom one past the last column\n"
-    "and line, optionally followed by ':' and the area where its text is read\n"
-    "(by default the check area itself).\n",
+    "save takes frame N (from 0, default 0) of REF.y4m as the reference picture\n"
+    "of a hot spot and writes it with its areas to SPOT.xml. Each --area is a\n"
+    "check area, left,top,right,bottom with right and bottom one past the last\n"
+    "column and line, optionally followed by ':' and the area where its text is\n"
+    "read (by default the check area itself).\n"
+    "\n"
+    "match compares every frame of IN.y4m with the hot spot, area by area, and\n"
+    "prints the share of the area's pixels whose luma differs from the\n"
+    "reference by T or more (default 24), their number and the largest\n"
+    "difference. A share near 0 means the frame shows the hot spot's screen.\n",
     RunHotSpot,
 });
 
