@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "platform/buffer_alloc.h"
+#include "support/library_checks.h"
 #include "support/temp_folder.h"
 
 namespace {
@@ -197,22 +198,21 @@ TEST_F(HotSpotFileTest, PlaneDataOfTheWrongLengthStaysInsideThePlanes) {
   EXPECT_EQ(damaged.m_referenceFrame.width, 30);
 }
 
-TEST(HotSpotCopyTest, CopiesOwnTheirPlanes) {
+using HotSpotCopyTest = corvane::test::LeakCheckedTest;
+
+TEST_F(HotSpotCopyTest, CopiesOwnTheirPlanes) {
   const int64_t liveBlocks = LargeBufferLiveBlocks();
-  {
-    CImageHotSpot original = SampleHotSpot();
-    CImageHotSpot copy(original);
-    copy.m_referenceFrame.y[0] ^= 0xFF;
-    copy.m_checkAreas[0].left = 99;
-    EXPECT_NE(original.m_referenceFrame.y[0], copy.m_referenceFrame.y[0]);
-    EXPECT_EQ(original.m_checkAreas[0].left, 0);
-    CImageHotSpot assigned;
-    assigned = copy;
-    EXPECT_TRUE(SameBlock(assigned.m_referenceFrame, copy.m_referenceFrame));
-    EXPECT_NE(assigned.m_referenceFrame.y, copy.m_referenceFrame.y);
-    EXPECT_EQ(LargeBufferLiveBlocks(), liveBlocks + 3);
-  }
-  EXPECT_EQ(LargeBufferLiveBlocks(), liveBlocks);
+  CImageHotSpot original = SampleHotSpot();
+  CImageHotSpot copy(original);
+  copy.m_referenceFrame.y[0] ^= 0xFF;
+  copy.m_checkAreas[0].left = 99;
+  EXPECT_NE(original.m_referenceFrame.y[0], copy.m_referenceFrame.y[0]);
+  EXPECT_EQ(original.m_checkAreas[0].left, 0);
+  CImageHotSpot assigned;
+  assigned = copy;
+  EXPECT_TRUE(SameBlock(assigned.m_referenceFrame, copy.m_referenceFrame));
+  EXPECT_NE(assigned.m_referenceFrame.y, copy.m_referenceFrame.y);
+  EXPECT_EQ(LargeBufferLiveBlocks(), liveBlocks + 3);
 }
 
 // A 32 by 32 picture of one luma value, chroma at the middle.

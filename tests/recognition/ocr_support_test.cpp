@@ -11,6 +11,7 @@
 #include "recognition/ocr_support_impl.h"
 #include "recognition/ocr_test_support.h"
 #include "recognition/rendered_text.h"
+#include "support/library_checks.h"
 
 namespace {
 
@@ -21,9 +22,12 @@ using corvane::test::TestEngine;
 constexpr char kStartLog[] = "Engine_Initialize Cfg_Create Cfg_LoadOptions Ocr_Create Img_Create";
 constexpr char kStopLog[] = "Img_Destroy Ocr_Destroy Cfg_Destroy Engine_Uninitialize";
 
-class OCRSupportEngineTest : public testing::Test {
+class OCRSupportEngineTest : public corvane::test::LeakCheckedTest {
  protected:
-  void SetUp() override { ASSERT_TRUE(engine_.Usable()) << CORVANE_TEST_OCR_ENGINE; }
+  void SetUp() override {
+    LeakCheckedTest::SetUp();
+    ASSERT_TRUE(engine_.Usable()) << CORVANE_TEST_OCR_ENGINE;
+  }
 
   TestEngine engine_{CORVANE_TEST_OCR_ENGINE};
   ScopedEngineFile file_{CORVANE_TEST_OCR_ENGINE};
@@ -154,7 +158,9 @@ CYUVFrame FrameWithPixel(uint8_t luma, int column, int row, uint8_t value) {
   return frame;
 }
 
-TEST(OCRSupportDifferenceTest, APixelMustStepAboveTheThresholdInsideAnArea) {
+using OCRSupportDifferenceTest = corvane::test::LeakCheckedTest;
+
+TEST_F(OCRSupportDifferenceTest, APixelMustStepAboveTheThresholdInsideAnArea) {
   COCRSupport support;
   support.AddOCRArea(CRect(0, 0, 16, 16), COCRSupport::TEXT_TYPE_UNSPECIFIED);
   support.AddOCRArea(CRect(32, 0, 48, 16), COCRSupport::TEXT_TYPE_UNSPECIFIED);
@@ -168,7 +174,7 @@ TEST(OCRSupportDifferenceTest, APixelMustStepAboveTheThresholdInsideAnArea) {
   EXPECT_FALSE(support.IsImageDifferent(FrameWithPixel(100, 20, 8, 250), 10)) << "between the areas";
 }
 
-TEST(OCRSupportDifferenceTest, ThePreviousFrameMovesOnWithoutAreasAndIsForgottenOnReset) {
+TEST_F(OCRSupportDifferenceTest, ThePreviousFrameMovesOnWithoutAreasAndIsForgottenOnReset) {
   COCRSupport support;
   EXPECT_FALSE(support.IsImageDifferent(FlatFrame(100), 10));
   EXPECT_FALSE(support.IsImageDifferent(FlatFrame(60), 10)) << "no areas, nothing differs";
