@@ -23,4 +23,7 @@
 #include "platform/logger.h"
 #include "platform/registry.h"
 #include "platform/win_app.h"
+#include "platform/xml_node.h"
 #include "primitives/prim.h"
+#include "recognition/image_hot_spot.h"
+#include "recognition/ocr_support.h"
