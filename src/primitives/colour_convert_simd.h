@@ -1,0 +1,405 @@
+// Vector kernels of the studio-range colour conversions, exact to the
+// formulas of the portable kernels. Written with SSE4.1;
+// colour_convert_sse41.cpp and colour_convert_avx.cpp both compile this
+// source, each defining PRIM_VARIANT(name).
+//
+// YCbCr to RGB: every sum is 76284 Y + C with C the chroma part of a channel.
+// Taken as 65536 (Y + H) + 10748 Y + L, where H is a small multiple of the
+// chroma samples and L fits a signed 32-bit multiply-add of 16-bit values, the
+// channel is Y + H + (L >> 16) + ((10748 Y + (L & 0xFFFF)) >> 16): the last
+// term is the high half of a 16-bit product plus the carry of its low half,
+// so eight pixels go through 16-bit lanes without losing a bit.
+//
+// RGB to YCbCr: the weights fit signed 16 bits (the green weight of luma
+// split in two), so each sum is two multiply-adds over (R, G) and (B, G)
+// word pairs; chroma of a pair or square adds the pixels' words first.
+#pragma once
+
+#include "primitives/colour_weights.h"
+#include "primitives/plane_kernels.h"
+#include "primitives/simd_rows.h"
+
+namespace {
+
+using namespace prim_colour;
+
+// --- Between 48 packed bytes and three vectors of 16 samples ---
+
+struct alignas(16) ShuffleMasks {
+  int8_t m[3][3][16];
+};
+
+// [output vector][source channel]: byte j of the packed run is channel j % 3 of pixel j / 3.
+constexpr ShuffleMasks MakeInterleaveMasks() {
+  ShuffleMasks s{};
+  for (int k = 0; k < 3; ++k) {
+    for (int c = 0; c < 3; ++c) {
+      for (int i = 0; i < 16; ++i) {
+        const int j = 16 * k + i;
+        s.m[k][c][i] = static_cast<int8_t>(j % 3 == c ? j / 3 : -128);
+      }
+    }
+  }
+  return s;
+}
+
+// [channel][source vector]: sample i of channel c is packed byte 3 i + c.
+constexpr ShuffleMasks MakeDeinterleaveMasks() {
+  ShuffleMasks s{};
+  for (int c = 0; c < 3; ++c) {
+    for (int k = 0; k < 3; ++k) {
+      for (int i = 0; i < 16; ++i) {
+        const int j = 3 * i + c;
+        s.m[c][k][i] = static_cast<int8_t>(j / 16 == k ? j % 16 : -128);
+      }
+    }
+  }
+  return s;
+}
+
+constexpr ShuffleMasks kInterleave = MakeInterleaveMasks();
+constexpr ShuffleMasks kDeinterleave = MakeDeinterleaveMasks();
+
+__m128i MaskOf(const int8_t (&m)[16]) { return _mm_load_si128(reinterpret_cast<const __m128i*>(m)); }
+
+__m128i Gather3(const ShuffleMasks& masks, int k, __m128i a, __m128i b, __m128i c) {
+  return _mm_or_si128(_mm_or_si128(_mm_shuffle_epi8(a, MaskOf(masks.m[k][0])), _mm_shuffle_epi8(b, MaskOf(masks.m[k][1]))),
+                      _mm_shuffle_epi8(c, MaskOf(masks.m[k][2])));
+}
+
+void StorePacked(__m128i first, __m128i second, __m128i third, uint8_t* out) {
+  for (int k = 0; k < 3; ++k) Store(out + 16 * k, Gather3(kInterleave, k, first, second, third));
+}
+
+void LoadPacked(const uint8_t* in, __m128i planes[3]) {
+  const __m128i v0 = Load(in), v1 = Load(in + 16), v2 = Load(in + 32);
+  for (int c = 0; c < 3; ++c) planes[c] = Gather3(kDeinterleave, c, v0, v1, v2);
+}
+
+// --- YCbCr to RGB ---
+
+// A weight as 65536 * Whole + Part, Part a signed 16-bit multiplier.
+constexpr int32_t Whole(int32_t w) { return (w + 32768) >> 16; }
+constexpr int32_t Part(int32_t w) { return w - Whole(w) * 65536; }
+
+// The chroma part of one channel for eight chroma samples: H plus the high
+// half of L in `high`, and the low half of L as the carry threshold of a
+// signed comparison (see CarryInto).
+struct ChannelTerms {
+  __m128i high, threshold;
+};
+
+template <int32_t kCb, int32_t kCr, int32_t kBase>
+ChannelTerms TermsOf(__m128i cb, __m128i cr) {
+  static_assert(Whole(kCb) * 65536 + Part(kCb) == kCb && Whole(kCr) * 65536 + Part(kCr) == kCr);
+  const __m128i parts = _mm_set1_epi32(static_cast<int32_t>(static_cast<uint16_t>(Part(kCb)) |
+                                                            static_cast<uint32_t>(static_cast<uint16_t>(Part(kCr))) << 16));
+  const __m128i base = _mm_set1_epi32(kBase);
+  const __m128i sumLow = _mm_add_epi32(_mm_madd_epi16(_mm_unpacklo_epi16(cb, cr), parts), base);
+  const __m128i sumHigh = _mm_add_epi32(_mm_madd_epi16(_mm_unpackhi_epi16(cb, cr), parts), base);
+  const __m128i lowHalf = _mm_set1_epi32(0xFFFF);
+  const __m128i high = _mm_packs_epi32(_mm_srai_epi32(sumLow, 16), _mm_srai_epi32(sumHigh, 16));
+  const __m128i low = _mm_packus_epi32(_mm_and_si128(sumLow, lowHalf), _mm_and_si128(sumHigh, lowHalf));
+  const __m128i whole = _mm_add_epi16(_mm_mullo_epi16(cb, _mm_set1_epi16(static_cast<int16_t>(Whole(kCb)))),
+                                      _mm_mullo_epi16(cr, _mm_set1_epi16(static_cast<int16_t>(Whole(kCr)))));
+  // A carry out of y.low + low happens when y.low > 0xFFFF - low; with both
+  // sides' sign bits flipped, a signed comparison tells it.
+  return {_mm_add_epi16(high, whole), _mm_xor_si128(low, _mm_set1_epi16(0x7FFF))};
+}
+
+template <const YCbCrToRGBWeights& w>
+void ChromaTermsOf(__m128i cb, __m128i cr, ChannelTerms terms[3]) {
+  terms[0] = TermsOf<0, w.crToR, w.offsetR - w.crToR * w.chromaBias>(cb, cr);
+  terms[1] = TermsOf<w.cbToG, w.crToG, w.offsetG - (w.cbToG + w.crToG) * w.chromaBias>(cb, cr);
+  terms[2] = TermsOf<w.cbToB, 0, w.offsetB - w.cbToB * w.chromaBias>(cb, cr);
+}
+
+// The luma part of eight pixels: Y + the high half of Part(wy) * Y, and the
+// low half with its sign bit flipped.
+struct LumaTerms {
+  __m128i high, lowFlipped;
+};
+
+template <const YCbCrToRGBWeights& w>
+LumaTerms LumaTermsOf(__m128i y) {
+  static_assert(Whole(w.y) == 1 && Part(w.y) > 0, "the luma weight lies between 1 and 1.5");
+  const __m128i part = _mm_set1_epi16(static_cast<int16_t>(Part(w.y)));
+  return {_mm_add_epi16(y, _mm_mulhi_epu16(y, part)), _mm_xor_si128(_mm_mullo_epi16(y, part), _mm_set1_epi16(-32768))};
+}
+
+// One channel of eight pixels as words; packing to bytes clips it.
+__m128i CarryInto(LumaTerms luma, __m128i high, __m128i threshold) {
+  return _mm_sub_epi16(_mm_add_epi16(luma.high, high), _mm_cmpgt_epi16(luma.lowFlipped, threshold));
+}
+
+// Three channels of sixteen pixels to packed bytes, R first or B first.
+template <bool kBlueFirst>
+void StoreChannels(const __m128i low[3], const __m128i high[3], uint8_t* out) {
+  const __m128i r = _mm_packus_epi16(low[0], high[0]);
+  const __m128i g = _mm_packus_epi16(low[1], high[1]);
+  const __m128i b = _mm_packus_epi16(low[2], high[2]);
+  if (kBlueFirst) {
+    StorePacked(b, g, r, out);
+  } else {
+    StorePacked(r, g, b, out);
+  }
+}
+
+// Planar Y and half-width chroma to packed pixels, 16 a block.
+template <const YCbCrToRGBWeights& w, bool kBlueFirst>
+void PlanarBlocks(const uint8_t* const* in, uint8_t* const* out, int width) {
+  const __m128i zero = _mm_setzero_si128();
+  for (int x = 0; x < width; x += 16) {
+    const __m128i cb = _mm_cvtepu8_epi16(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(in[1] + x / 2)));
+    const __m128i cr = _mm_cvtepu8_epi16(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(in[2] + x / 2)));
+    ChannelTerms terms[3];
+    ChromaTermsOf<w>(cb, cr, terms);
+    const __m128i y = Load(in[0] + x);
+    const LumaTerms lumaLow = LumaTermsOf<w>(_mm_unpacklo_epi8(y, zero));
+    const LumaTerms lumaHigh = LumaTermsOf<w>(_mm_unpackhi_epi8(y, zero));
+    __m128i low[3], high[3];
+    for (int c = 0; c < 3; ++c) {
+      // Each chroma sample serves the two pixels of its pair.
+      low[c] = CarryInto(lumaLow, _mm_unpacklo_epi16(terms[c].high, terms[c].high),
+                         _mm_unpacklo_epi16(terms[c].threshold, terms[c].threshold));
+      high[c] = CarryInto(lumaHigh, _mm_unpackhi_epi16(terms[c].high, terms[c].high),
+                          _mm_unpackhi_epi16(terms[c].threshold, terms[c].threshold));
+    }
+    StoreChannels<kBlueFirst>(low, high, out[0] + 3 * x);
+  }
+}
+
+template <const YCbCrToRGBWeights& w, bool kBlueFirst>
+void PlanarRow(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* out, int width) {
+  RunRow<16>(PlanarBlocks<w, kBlueFirst>, {{y, kPlane}, {cb, kHalf}, {cr, kHalf}}, {{out, kPacked}}, width);
+}
+
+// Packed Y, Cb, Cr to packed R, G, B, 16 pixels a block.
+void PackedBlocks(const uint8_t* const* in, uint8_t* const* out, int width) {
+  const __m128i zero = _mm_setzero_si128();
+  for (int x = 0; x < width; x += 16) {
+    __m128i ycbcr[3];
+    LoadPacked(in[0] + 3 * x, ycbcr);
+    __m128i low[3], high[3];
+    ChannelTerms termsLow[3], termsHigh[3];
+    ChromaTermsOf<kYCbCrToRGBWeights>(_mm_unpacklo_epi8(ycbcr[1], zero), _mm_unpacklo_epi8(ycbcr[2], zero), termsLow);
+    ChromaTermsOf<kYCbCrToRGBWeights>(_mm_unpackhi_epi8(ycbcr[1], zero), _mm_unpackhi_epi8(ycbcr[2], zero), termsHigh);
+    const LumaTerms lumaLow = LumaTermsOf<kYCbCrToRGBWeights>(_mm_unpacklo_epi8(ycbcr[0], zero));
+    const LumaTerms lumaHigh = LumaTermsOf<kYCbCrToRGBWeights>(_mm_unpackhi_epi8(ycbcr[0], zero));
+    for (int c = 0; c < 3; ++c) {
+      low[c] = CarryInto(lumaLow, termsLow[c].high, termsLow[c].threshold);
+      high[c] = CarryInto(lumaHigh, termsHigh[c].high, termsHigh[c].threshold);
+    }
+    StoreChannels<false>(low, high, out[0] + 3 * x);
+  }
+}
+
+void PackedRow(const uint8_t* in, uint8_t* out, int width) {
+  RunRow<16>(PackedBlocks, {{in, kPacked}}, {{out, kPacked}}, width);
+}
+
+template <const YCbCrToRGBWeights& w, int kChromaRowShift, bool kBlueFirst>
+void PlanarPicture(const uint8_t* const src[3], const int srcStep[3], uint8_t* dst, int dstStep, int width, int height) {
+  prim_plane::ConvertPlanarRows(PlanarRow<w, kBlueFirst>, kChromaRowShift, src, srcStep, dst, dstStep, width, height);
+}
+
+// --- RGB to YCbCr ---
+
+// Byte offsets of R, G and B within a packed source pixel.
+struct Layout {
+  int r, g, b;
+};
+constexpr Layout kRGB = {0, 1, 2};
+constexpr Layout kBGR = {2, 1, 0};
+
+// Four pixels of a block, loaded from byte `start` of the block at
+// byte `skip` of the load: the last group is loaded from byte 32, so that
+// no load passes the end of the block.
+struct Group {
+  int start, skip;
+};
+constexpr Group kGroups[4] = {{0, 0}, {12, 0}, {24, 0}, {32, 4}};
+
+// Word pairs (first, second) of four pixels from the 16 loaded bytes.
+constexpr ShuffleMasks MakePairMasks(int first, int second) {
+  ShuffleMasks s{};
+  for (int skip = 0; skip < 2; ++skip) {
+    for (int i = 0; i < 4; ++i) {
+      const int at = 4 * skip + 3 * i;
+      s.m[skip][0][4 * i] = static_cast<int8_t>(at + first);
+      s.m[skip][0][4 * i + 1] = -128;
+      s.m[skip][0][4 * i + 2] = static_cast<int8_t>(at + second);
+      s.m[skip][0][4 * i + 3] = -128;
+    }
+  }
+  return s;
+}
+
+template <const Layout& layout>
+struct PairMasks {
+  static constexpr ShuffleMasks kRG = MakePairMasks(layout.r, layout.g);
+  static constexpr ShuffleMasks kBG = MakePairMasks(layout.b, layout.g);
+};
+
+// The (R, G) and (B, G) words of the four pixels of group g.
+struct Pairs {
+  __m128i rg, bg;
+};
+
+template <const Layout& layout>
+Pairs PairsOf(const uint8_t* block, int g) {
+  const __m128i v = Load(block + kGroups[g].start);
+  const int skip = kGroups[g].skip / 4;
+  return {_mm_shuffle_epi8(v, MaskOf(PairMasks<layout>::kRG.m[skip][0])),
+          _mm_shuffle_epi8(v, MaskOf(PairMasks<layout>::kBG.m[skip][0]))};
+}
+
+Pairs Add(Pairs a, Pairs b) { return {_mm_add_epi16(a.rg, b.rg), _mm_add_epi16(a.bg, b.bg)}; }
+
+// w . (R, G, B) of each pixel (or pixel sum) as 32-bit lanes; the green
+// weight is split across both pairs to fit 16 bits.
+template <const StudioWeights& w>
+__m128i Weigh(Pairs p) {
+  constexpr int32_t g1 = w.g / 2, g2 = w.g - w.g / 2;
+  const __m128i rg = _mm_set1_epi32(static_cast<int32_t>(static_cast<uint16_t>(w.r) | static_cast<uint32_t>(static_cast<uint16_t>(g1)) << 16));
+  const __m128i bg = _mm_set1_epi32(static_cast<int32_t>(static_cast<uint16_t>(w.b) | static_cast<uint32_t>(static_cast<uint16_t>(g2)) << 16));
+  return _mm_add_epi32(_mm_madd_epi16(p.rg, rg), _mm_madd_epi16(p.bg, bg));
+}
+
+__m128i ScaleSum(__m128i sum, int32_t offset, int shift) {
+  return _mm_sra_epi32(_mm_add_epi32(sum, _mm_set1_epi32(offset)), _mm_cvtsi32_si128(shift));
+}
+
+// Sixteen 32-bit values in four vectors, each 0 to 255, to sixteen bytes.
+__m128i PackBytes(__m128i a, __m128i b, __m128i c, __m128i d) {
+  return _mm_packus_epi16(_mm_packs_epi32(a, b), _mm_packs_epi32(c, d));
+}
+
+// Eight 32-bit values to eight bytes stored.
+void StoreEight(uint8_t* out, __m128i a, __m128i b) {
+  _mm_storel_epi64(reinterpret_cast<__m128i*>(out), _mm_packus_epi16(_mm_packs_epi32(a, b), _mm_setzero_si128()));
+}
+
+void LumaOfBlock(const Pairs pairs[4], uint8_t* y) {
+  __m128i luma[4];
+  for (int g = 0; g < 4; ++g) luma[g] = ScaleSum(Weigh<kStudioY>(pairs[g]), kStudioYOffset, 16);
+  Store(y, PackBytes(luma[0], luma[1], luma[2], luma[3]));
+}
+
+// Chroma of the pixel pairs of a block from its (summed) pairs: adjacent
+// pixels' weighted sums are added horizontally.
+template <const StudioWeights& w>
+void ChromaOfPairs(const Pairs sums[4], ChromaScale scale, uint8_t* out) {
+  const __m128i first = _mm_hadd_epi32(Weigh<w>(sums[0]), Weigh<w>(sums[1]));
+  const __m128i second = _mm_hadd_epi32(Weigh<w>(sums[2]), Weigh<w>(sums[3]));
+  StoreEight(out, ScaleSum(first, scale.offset, scale.shift), ScaleSum(second, scale.offset, scale.shift));
+}
+
+template <const Layout& layout>
+void FullBlocks(const uint8_t* const* in, uint8_t* const* out, int width) {
+  for (int x = 0; x < width; x += 16) {
+    Pairs pairs[4];
+    for (int g = 0; g < 4; ++g) pairs[g] = PairsOf<layout>(in[0] + 3 * x, g);
+    LumaOfBlock(pairs, out[0] + x);
+    __m128i cb[4], cr[4];
+    for (int g = 0; g < 4; ++g) {
+      cb[g] = ScaleSum(Weigh<kStudioCb>(pairs[g]), kChromaOfPixel.offset, kChromaOfPixel.shift);
+      cr[g] = ScaleSum(Weigh<kStudioCr>(pairs[g]), kChromaOfPixel.offset, kChromaOfPixel.shift);
+    }
+    Store(out[1] + x, PackBytes(cb[0], cb[1], cb[2], cb[3]));
+    Store(out[2] + x, PackBytes(cr[0], cr[1], cr[2], cr[3]));
+  }
+}
+
+template <const Layout& layout>
+void Blocks422(const uint8_t* const* in, uint8_t* const* out, int width) {
+  for (int x = 0; x < width; x += 16) {
+    Pairs pairs[4];
+    for (int g = 0; g < 4; ++g) pairs[g] = PairsOf<layout>(in[0] + 3 * x, g);
+    LumaOfBlock(pairs, out[0] + x);
+    ChromaOfPairs<kStudioCb>(pairs, kChromaOfPair, out[1] + x / 2);
+    ChromaOfPairs<kStudioCr>(pairs, kChromaOfPair, out[2] + x / 2);
+  }
+}
+
+template <const Layout& layout>
+void Blocks420(const uint8_t* const* in, uint8_t* const* out, int width) {
+  for (int x = 0; x < width; x += 16) {
+    Pairs top[4], bottom[4], sums[4];
+    for (int g = 0; g < 4; ++g) {
+      top[g] = PairsOf<layout>(in[0] + 3 * x, g);
+      bottom[g] = PairsOf<layout>(in[1] + 3 * x, g);
+      sums[g] = Add(top[g], bottom[g]);
+    }
+    LumaOfBlock(top, out[0] + x);
+    LumaOfBlock(bottom, out[1] + x);
+    ChromaOfPairs<kStudioCb>(sums, kChromaOfSquare, out[2] + x / 2);
+    ChromaOfPairs<kStudioCr>(sums, kChromaOfSquare, out[3] + x / 2);
+  }
+}
+
+template <const Layout& layout>
+void FullRow(const uint8_t* in, uint8_t* y, uint8_t* cb, uint8_t* cr, int width) {
+  RunRow<16>(FullBlocks<layout>, {{in, kPacked}}, {{y, kPlane}, {cb, kPlane}, {cr, kPlane}}, width);
+}
+
+template <const Layout& layout>
+void Row422(const uint8_t* in, uint8_t* y, uint8_t* cb, uint8_t* cr, int width) {
+  RunRow<16>(Blocks422<layout>, {{in, kPacked}}, {{y, kPlane}, {cb, kHalf}, {cr, kHalf}}, width);
+}
+
+template <const Layout& layout>
+void RowPair420(const uint8_t* top, const uint8_t* bottom, uint8_t* yTop, uint8_t* yBottom, uint8_t* cb, uint8_t* cr,
+                int width) {
+  RunRow<16>(Blocks420<layout>, {{top, kPacked}, {bottom, kPacked}},
+             {{yTop, kPlane}, {yBottom, kPlane}, {cb, kHalf}, {cr, kHalf}}, width);
+}
+
+}  // namespace
+
+int PRIM_VARIANT(ycbcr_to_rgb)(const uint8_t* src, int srcStep, uint8_t* dst, int dstStep, int width, int height) {
+  return prim_plane::YCbCrToRGB(PackedRow, src, srcStep, dst, dstStep, width, height);
+}
+
+int PRIM_VARIANT(rgb_to_ycbcr_planar)(const uint8_t* src, int srcStep, uint8_t* const dst[3], int dstStep, int width,
+                                      int height) {
+  return prim_plane::RGBToYCbCrPlanar(FullRow<kRGB>, src, srcStep, dst, dstStep, width, height);
+}
+
+int PRIM_VARIANT(ycbcr420_to_rgb)(const uint8_t* const src[3], const int srcStep[3], uint8_t* dst, int dstStep,
+                                  int width, int height) {
+  return prim_plane::YCbCr420ToRGB(PlanarPicture<kYCbCr420ToRGBWeights, 1, false>, src, srcStep, dst, dstStep, width,
+                                   height);
+}
+
+int PRIM_VARIANT(ycbcr422_to_rgb)(const uint8_t* const src[3], const int srcStep[3], uint8_t* dst, int dstStep,
+                                  int width, int height) {
+  return prim_plane::YCbCr422ToRGB(PlanarPicture<kYCbCr422ToRGBWeights, 0, false>, src, srcStep, dst, dstStep, width,
+                                   height);
+}
+
+int PRIM_VARIANT(ycbcr422_to_bgr)(const uint8_t* const src[3], const int srcStep[3], uint8_t* dst, int dstStep,
+                                  int width, int height) {
+  return prim_plane::YCbCr422ToBGR(PlanarPicture<kYCbCr422ToBGRWeights, 0, true>, src, srcStep, dst, dstStep, width,
+                                   height);
+}
+
+int PRIM_VARIANT(bgr_to_ycbcr420)(const uint8_t* src, int srcStep, uint8_t* const dst[3], const int dstStep[3],
+                                  int width, int height) {
+  return prim_plane::BGRToYCbCr420(RowPair420<kBGR>, src, srcStep, dst, dstStep, width, height);
+}
+
+int PRIM_VARIANT(bgr_to_ycbcr422)(const uint8_t* src, int srcStep, uint8_t* const dst[3], const int dstStep[3],
+                                  int width, int height) {
+  return prim_plane::BGRToYCbCr422(Row422<kBGR>, src, srcStep, dst, dstStep, width, height);
+}
+
+int PRIM_VARIANT(rgb_to_ycbcr420)(const uint8_t* src, int srcStep, uint8_t* const dst[3], const int dstStep[3],
+                                  int width, int height) {
+  return prim_plane::RGBToYCbCr420(RowPair420<kRGB>, src, srcStep, dst, dstStep, width, height);
+}
+
+int PRIM_VARIANT(rgb_to_ycbcr422)(const uint8_t* src, int srcStep, uint8_t* const dst[3], const int dstStep[3],
+                                  int width, int height) {
+  return prim_plane::RGBToYCbCr422(Row422<kRGB>, src, srcStep, dst, dstStep, width, height);
+}
