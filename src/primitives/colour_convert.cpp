@@ -419,6 +419,14 @@ void ConvertPlanarRows(PlanarToPackedRowFn* row, int chromaRowShift, const uint8
   }
 }
 
+void ConvertPlanarRowPairs(PlanarRowPairToPackedFn* rows, const uint8_t* const src[3], const int srcStep[3],
+                           uint8_t* dst, int dstStep, int width, int height) {
+  for (int y = 0; y + 1 < height; y += 2) {
+    rows(RowOf(src[0], srcStep[0], y), RowOf(src[0], srcStep[0], y + 1), RowOf(src[1], srcStep[1], y / 2),
+         RowOf(src[2], srcStep[2], y / 2), RowOf(dst, dstStep, y), RowOf(dst, dstStep, y + 1), width);
+  }
+}
+
 int YCbCrToRGB(PackedRowFn* row, const uint8_t* src, int srcStep, uint8_t* dst, int dstStep, int width, int height) {
   if (AnyNull({src, dst})) return PrimStsNullPtrErr;
   if (SizeBelow(width, height, 1, 1)) return PrimStsSizeErr;

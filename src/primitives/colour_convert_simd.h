@@ -29,14 +29,16 @@ struct alignas(16) ShuffleMasks {
   int8_t m[3][3][16];
 };
 
-// [output vector][source channel]: byte j of the packed run is channel j % 3 of pixel j / 3.
+// [output vector][source channel]: byte j of the packed run is channel j % 3
+// of pixel j / 3, and pixel p of a channel vector sits at byte p / 2 when even,
+// 8 + p / 2 when odd (the order in which even and odd pixels are packed).
 constexpr ShuffleMasks MakeInterleaveMasks() {
   ShuffleMasks s{};
   for (int k = 0; k < 3; ++k) {
     for (int c = 0; c < 3; ++c) {
       for (int i = 0; i < 16; ++i) {
-        const int j = 16 * k + i;
-        s.m[k][c][i] = static_cast<int8_t>(j % 3 == c ? j / 3 : -128);
+        const int j = 16 * k + i, p = j / 3;
+        s.m[k][c][i] = static_cast<int8_t>(j % 3 == c ? (p % 2) * 8 + p / 2 : -128);
       }
     }
   }
@@ -67,6 +69,7 @@ __m128i Gather3(const ShuffleMasks& masks, int k, __m128i a, __m128i b, __m128i 
                       _mm_shuffle_epi8(c, MaskOf(masks.m[k][2])));
 }
 
+// Channel vectors in even-then-odd pixel order to packed pixels.
 void StorePacked(__m128i first, __m128i second, __m128i third, uint8_t* out) {
   for (int k = 0; k < 3; ++k) Store(out + 16 * k, Gather3(kInterleave, k, first, second, third));
 }
@@ -89,29 +92,47 @@ struct ChannelTerms {
   __m128i high, threshold;
 };
 
+// Chroma samples as words, and as (Cb, Cr) word pairs for the multiply-adds.
+struct ChromaWords {
+  __m128i cb, cr, pairsLow, pairsHigh;
+};
+
+ChromaWords ChromaWordsOf(__m128i cb, __m128i cr) {
+  return {cb, cr, _mm_unpacklo_epi16(cb, cr), _mm_unpackhi_epi16(cb, cr)};
+}
+
+// Whole * x for the small whole parts of the weights.
+template <int32_t kWhole>
+__m128i TimesWhole(__m128i x) {
+  if constexpr (kWhole == 0) return _mm_setzero_si128();
+  if constexpr (kWhole == 1) return x;
+  if constexpr (kWhole == 2) return _mm_add_epi16(x, x);
+  if constexpr (kWhole == -1) return _mm_sub_epi16(_mm_setzero_si128(), x);
+  return _mm_mullo_epi16(x, _mm_set1_epi16(static_cast<int16_t>(kWhole)));
+}
+
 template <int32_t kCb, int32_t kCr, int32_t kBase>
-ChannelTerms TermsOf(__m128i cb, __m128i cr) {
+ChannelTerms TermsOf(const ChromaWords& chroma) {
   static_assert(Whole(kCb) * 65536 + Part(kCb) == kCb && Whole(kCr) * 65536 + Part(kCr) == kCr);
   const __m128i parts = _mm_set1_epi32(static_cast<int32_t>(static_cast<uint16_t>(Part(kCb)) |
                                                             static_cast<uint32_t>(static_cast<uint16_t>(Part(kCr))) << 16));
   const __m128i base = _mm_set1_epi32(kBase);
-  const __m128i sumLow = _mm_add_epi32(_mm_madd_epi16(_mm_unpacklo_epi16(cb, cr), parts), base);
-  const __m128i sumHigh = _mm_add_epi32(_mm_madd_epi16(_mm_unpackhi_epi16(cb, cr), parts), base);
+  const __m128i sumLow = _mm_add_epi32(_mm_madd_epi16(chroma.pairsLow, parts), base);
+  const __m128i sumHigh = _mm_add_epi32(_mm_madd_epi16(chroma.pairsHigh, parts), base);
   const __m128i lowHalf = _mm_set1_epi32(0xFFFF);
   const __m128i high = _mm_packs_epi32(_mm_srai_epi32(sumLow, 16), _mm_srai_epi32(sumHigh, 16));
   const __m128i low = _mm_packus_epi32(_mm_and_si128(sumLow, lowHalf), _mm_and_si128(sumHigh, lowHalf));
-  const __m128i whole = _mm_add_epi16(_mm_mullo_epi16(cb, _mm_set1_epi16(static_cast<int16_t>(Whole(kCb)))),
-                                      _mm_mullo_epi16(cr, _mm_set1_epi16(static_cast<int16_t>(Whole(kCr)))));
+  const __m128i whole = _mm_add_epi16(TimesWhole<Whole(kCb)>(chroma.cb), TimesWhole<Whole(kCr)>(chroma.cr));
   // A carry out of y.low + low happens when y.low > 0xFFFF - low; with both
   // sides' sign bits flipped, a signed comparison tells it.
   return {_mm_add_epi16(high, whole), _mm_xor_si128(low, _mm_set1_epi16(0x7FFF))};
 }
 
 template <const YCbCrToRGBWeights& w>
-void ChromaTermsOf(__m128i cb, __m128i cr, ChannelTerms terms[3]) {
-  terms[0] = TermsOf<0, w.crToR, w.offsetR - w.crToR * w.chromaBias>(cb, cr);
-  terms[1] = TermsOf<w.cbToG, w.crToG, w.offsetG - (w.cbToG + w.crToG) * w.chromaBias>(cb, cr);
-  terms[2] = TermsOf<w.cbToB, 0, w.offsetB - w.cbToB * w.chromaBias>(cb, cr);
+void ChromaTermsOf(const ChromaWords& chroma, ChannelTerms terms[3]) {
+  terms[0] = TermsOf<0, w.crToR, w.offsetR - w.crToR * w.chromaBias>(chroma);
+  terms[1] = TermsOf<w.cbToG, w.crToG, w.offsetG - (w.cbToG + w.crToG) * w.chromaBias>(chroma);
+  terms[2] = TermsOf<w.cbToB, 0, w.offsetB - w.cbToB * w.chromaBias>(chroma);
 }
 
 // The luma part of eight pixels: Y + the high half of Part(wy) * Y, and the
@@ -128,44 +149,55 @@ LumaTerms LumaTermsOf(__m128i y) {
 }
 
 // One channel of eight pixels as words; packing to bytes clips it.
-__m128i CarryInto(LumaTerms luma, __m128i high, __m128i threshold) {
-  return _mm_sub_epi16(_mm_add_epi16(luma.high, high), _mm_cmpgt_epi16(luma.lowFlipped, threshold));
+__m128i CarryInto(LumaTerms luma, const ChannelTerms& chroma) {
+  return _mm_sub_epi16(_mm_add_epi16(luma.high, chroma.high), _mm_cmpgt_epi16(luma.lowFlipped, chroma.threshold));
 }
 
-// Three channels of sixteen pixels to packed bytes, R first or B first.
-template <bool kBlueFirst>
-void StoreChannels(const __m128i low[3], const __m128i high[3], uint8_t* out) {
-  const __m128i r = _mm_packus_epi16(low[0], high[0]);
-  const __m128i g = _mm_packus_epi16(low[1], high[1]);
-  const __m128i b = _mm_packus_epi16(low[2], high[2]);
+// The even and odd bytes of 16 samples as two vectors of words: no
+// shuffle, and each chroma sample of a pair lines up with both its pixels.
+__m128i EvenWords(__m128i bytes) { return _mm_and_si128(bytes, _mm_set1_epi16(0xFF)); }
+__m128i OddWords(__m128i bytes) { return _mm_srli_epi16(bytes, 8); }
+
+// Sixteen pixels from their luma bytes and the chroma terms of their even
+// and odd pixels, stored R first or B first.
+template <const YCbCrToRGBWeights& w, bool kBlueFirst>
+void StoreSixteen(__m128i y, const ChannelTerms even[3], const ChannelTerms odd[3], uint8_t* out) {
+  const LumaTerms lumaEven = LumaTermsOf<w>(EvenWords(y));
+  const LumaTerms lumaOdd = LumaTermsOf<w>(OddWords(y));
+  __m128i bytes[3];
+  for (int c = 0; c < 3; ++c) bytes[c] = _mm_packus_epi16(CarryInto(lumaEven, even[c]), CarryInto(lumaOdd, odd[c]));
   if (kBlueFirst) {
-    StorePacked(b, g, r, out);
+    StorePacked(bytes[2], bytes[1], bytes[0], out);
   } else {
-    StorePacked(r, g, b, out);
+    StorePacked(bytes[0], bytes[1], bytes[2], out);
   }
 }
 
-// Planar Y and half-width chroma to packed pixels, 16 a block.
+template <const YCbCrToRGBWeights& w>
+void ChromaTermsOfBlock(const uint8_t* cb, const uint8_t* cr, ChannelTerms terms[3]) {
+  ChromaTermsOf<w>(ChromaWordsOf(_mm_cvtepu8_epi16(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(cb))),
+                                 _mm_cvtepu8_epi16(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(cr)))),
+                   terms);
+}
+
+// Planar Y and half-width chroma to packed pixels, 16 a block; in: Y, Cb, Cr.
 template <const YCbCrToRGBWeights& w, bool kBlueFirst>
 void PlanarBlocks(const uint8_t* const* in, uint8_t* const* out, int width) {
-  const __m128i zero = _mm_setzero_si128();
   for (int x = 0; x < width; x += 16) {
-    const __m128i cb = _mm_cvtepu8_epi16(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(in[1] + x / 2)));
-    const __m128i cr = _mm_cvtepu8_epi16(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(in[2] + x / 2)));
     ChannelTerms terms[3];
-    ChromaTermsOf<w>(cb, cr, terms);
-    const __m128i y = Load(in[0] + x);
-    const LumaTerms lumaLow = LumaTermsOf<w>(_mm_unpacklo_epi8(y, zero));
-    const LumaTerms lumaHigh = LumaTermsOf<w>(_mm_unpackhi_epi8(y, zero));
-    __m128i low[3], high[3];
-    for (int c = 0; c < 3; ++c) {
-      // Each chroma sample serves the two pixels of its pair.
-      low[c] = CarryInto(lumaLow, _mm_unpacklo_epi16(terms[c].high, terms[c].high),
-                         _mm_unpacklo_epi16(terms[c].threshold, terms[c].threshold));
-      high[c] = CarryInto(lumaHigh, _mm_unpackhi_epi16(terms[c].high, terms[c].high),
-                          _mm_unpackhi_epi16(terms[c].threshold, terms[c].threshold));
-    }
-    StoreChannels<kBlueFirst>(low, high, out[0] + 3 * x);
+    ChromaTermsOfBlock<w>(in[1] + x / 2, in[2] + x / 2, terms);
+    StoreSixteen<w, kBlueFirst>(Load(in[0] + x), terms, terms, out[0] + 3 * x);
+  }
+}
+
+// Two luma rows over one chroma row; in: Y top, Y bottom, Cb, Cr.
+template <const YCbCrToRGBWeights& w>
+void PlanarPairBlocks(const uint8_t* const* in, uint8_t* const* out, int width) {
+  for (int x = 0; x < width; x += 16) {
+    ChannelTerms terms[3];
+    ChromaTermsOfBlock<w>(in[2] + x / 2, in[3] + x / 2, terms);
+    StoreSixteen<w, false>(Load(in[0] + x), terms, terms, out[0] + 3 * x);
+    StoreSixteen<w, false>(Load(in[1] + x), terms, terms, out[1] + 3 * x);
   }
 }
 
@@ -174,23 +206,22 @@ void PlanarRow(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* 
   RunRow<16>(PlanarBlocks<w, kBlueFirst>, {{y, kPlane}, {cb, kHalf}, {cr, kHalf}}, {{out, kPacked}}, width);
 }
 
+template <const YCbCrToRGBWeights& w>
+void PlanarRowPair(const uint8_t* yTop, const uint8_t* yBottom, const uint8_t* cb, const uint8_t* cr, uint8_t* top,
+                   uint8_t* bottom, int width) {
+  RunRow<16>(PlanarPairBlocks<w>, {{yTop, kPlane}, {yBottom, kPlane}, {cb, kHalf}, {cr, kHalf}},
+             {{top, kPacked}, {bottom, kPacked}}, width);
+}
+
 // Packed Y, Cb, Cr to packed R, G, B, 16 pixels a block.
 void PackedBlocks(const uint8_t* const* in, uint8_t* const* out, int width) {
-  const __m128i zero = _mm_setzero_si128();
   for (int x = 0; x < width; x += 16) {
     __m128i ycbcr[3];
     LoadPacked(in[0] + 3 * x, ycbcr);
-    __m128i low[3], high[3];
-    ChannelTerms termsLow[3], termsHigh[3];
-    ChromaTermsOf<kYCbCrToRGBWeights>(_mm_unpacklo_epi8(ycbcr[1], zero), _mm_unpacklo_epi8(ycbcr[2], zero), termsLow);
-    ChromaTermsOf<kYCbCrToRGBWeights>(_mm_unpackhi_epi8(ycbcr[1], zero), _mm_unpackhi_epi8(ycbcr[2], zero), termsHigh);
-    const LumaTerms lumaLow = LumaTermsOf<kYCbCrToRGBWeights>(_mm_unpacklo_epi8(ycbcr[0], zero));
-    const LumaTerms lumaHigh = LumaTermsOf<kYCbCrToRGBWeights>(_mm_unpackhi_epi8(ycbcr[0], zero));
-    for (int c = 0; c < 3; ++c) {
-      low[c] = CarryInto(lumaLow, termsLow[c].high, termsLow[c].threshold);
-      high[c] = CarryInto(lumaHigh, termsHigh[c].high, termsHigh[c].threshold);
-    }
-    StoreChannels<false>(low, high, out[0] + 3 * x);
+    ChannelTerms even[3], odd[3];
+    ChromaTermsOf<kYCbCrToRGBWeights>(ChromaWordsOf(EvenWords(ycbcr[1]), EvenWords(ycbcr[2])), even);
+    ChromaTermsOf<kYCbCrToRGBWeights>(ChromaWordsOf(OddWords(ycbcr[1]), OddWords(ycbcr[2])), odd);
+    StoreSixteen<kYCbCrToRGBWeights, false>(ycbcr[0], even, odd, out[0] + 3 * x);
   }
 }
 
@@ -198,9 +229,14 @@ void PackedRow(const uint8_t* in, uint8_t* out, int width) {
   RunRow<16>(PackedBlocks, {{in, kPacked}}, {{out, kPacked}}, width);
 }
 
-template <const YCbCrToRGBWeights& w, int kChromaRowShift, bool kBlueFirst>
-void PlanarPicture(const uint8_t* const src[3], const int srcStep[3], uint8_t* dst, int dstStep, int width, int height) {
-  prim_plane::ConvertPlanarRows(PlanarRow<w, kBlueFirst>, kChromaRowShift, src, srcStep, dst, dstStep, width, height);
+template <const YCbCrToRGBWeights& w, bool kBlueFirst>
+void Picture422(const uint8_t* const src[3], const int srcStep[3], uint8_t* dst, int dstStep, int width, int height) {
+  prim_plane::ConvertPlanarRows(PlanarRow<w, kBlueFirst>, 0, src, srcStep, dst, dstStep, width, height);
+}
+
+template <const YCbCrToRGBWeights& w>
+void Picture420(const uint8_t* const src[3], const int srcStep[3], uint8_t* dst, int dstStep, int width, int height) {
+  prim_plane::ConvertPlanarRowPairs(PlanarRowPair<w>, src, srcStep, dst, dstStep, width, height);
 }
 
 // --- RGB to YCbCr ---
@@ -368,19 +404,19 @@ int PRIM_VARIANT(rgb_to_ycbcr_planar)(const uint8_t* src, int srcStep, uint8_t* 
 
 int PRIM_VARIANT(ycbcr420_to_rgb)(const uint8_t* const src[3], const int srcStep[3], uint8_t* dst, int dstStep,
                                   int width, int height) {
-  return prim_plane::YCbCr420ToRGB(PlanarPicture<kYCbCr420ToRGBWeights, 1, false>, src, srcStep, dst, dstStep, width,
+  return prim_plane::YCbCr420ToRGB(Picture420<kYCbCr420ToRGBWeights>, src, srcStep, dst, dstStep, width,
                                    height);
 }
 
 int PRIM_VARIANT(ycbcr422_to_rgb)(const uint8_t* const src[3], const int srcStep[3], uint8_t* dst, int dstStep,
                                   int width, int height) {
-  return prim_plane::YCbCr422ToRGB(PlanarPicture<kYCbCr422ToRGBWeights, 0, false>, src, srcStep, dst, dstStep, width,
+  return prim_plane::YCbCr422ToRGB(Picture422<kYCbCr422ToRGBWeights, false>, src, srcStep, dst, dstStep, width,
                                    height);
 }
 
 int PRIM_VARIANT(ycbcr422_to_bgr)(const uint8_t* const src[3], const int srcStep[3], uint8_t* dst, int dstStep,
                                   int width, int height) {
-  return prim_plane::YCbCr422ToBGR(PlanarPicture<kYCbCr422ToBGRWeights, 0, true>, src, srcStep, dst, dstStep, width,
+  return prim_plane::YCbCr422ToBGR(Picture422<kYCbCr422ToBGRWeights, true>, src, srcStep, dst, dstStep, width,
                                    height);
 }
 

@@ -46,6 +46,9 @@ using BlendRowFn = void(const uint8_t* a, int wa, const uint8_t* b, int wb, uint
 using PackedRowFn = void(const uint8_t* in, uint8_t* out, int width);
 // Planar Y, Cb, Cr to packed pixels; an odd last pixel takes the chroma of its pair.
 using PlanarToPackedRowFn = void(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* out, int width);
+// Two luma rows that share one chroma row to two packed rows.
+using PlanarRowPairToPackedFn = void(const uint8_t* yTop, const uint8_t* yBottom, const uint8_t* cb, const uint8_t* cr,
+                                     uint8_t* top, uint8_t* bottom, int width);
 // A whole planar picture to packed pixels (the portable one shares its chroma
 // work between the rows of a chroma row).
 using PlanarToPackedPlaneFn = void(const uint8_t* const src[3], const int srcStep[3], uint8_t* dst, int dstStep,
@@ -60,6 +63,10 @@ using RowPairTo420Fn = void(const uint8_t* top, const uint8_t* bottom, uint8_t* 
 // serve 1 << chromaRowShift luma rows.
 void ConvertPlanarRows(PlanarToPackedRowFn* row, int chromaRowShift, const uint8_t* const src[3],
                        const int srcStep[3], uint8_t* dst, int dstStep, int width, int height);
+
+// Runs a row-pair kernel over a 4:2:0 picture of even height.
+void ConvertPlanarRowPairs(PlanarRowPairToPackedFn* rows, const uint8_t* const src[3], const int srcStep[3],
+                           uint8_t* dst, int dstStep, int width, int height);
 
 // --- The primitives over their kernels (checks, row walk and status) ---
 
