@@ -246,15 +246,15 @@ void RowPairToYCbCr420(const uint8_t* top, const uint8_t* bottom, uint8_t* yTop,
 void RGBRowToYUV(const uint8_t* rgb, uint8_t* y, uint8_t* u, uint8_t* v, int width) {
   for (int x = 0; x < width; ++x) {
     const int r = rgb[3 * x], g = rgb[3 * x + 1], b = rgb[3 * x + 2];
-    const int s = 19595 * r + 38470 * g + 7471 * b;
+    const int s = kAnalogY.r * r + kAnalogY.g * g + kAnalogY.b * b;
     y[x] = static_cast<uint8_t>(s >> 16);
-    u[x] = static_cast<uint8_t>(((((b << 16) - s + 32767) >> 16) * 32244 >> 16) + 128);
-    v[x] = Clip(((((r << 16) - s + 32767) >> 16) * 57475 >> 16) + 128);
+    u[x] = static_cast<uint8_t>(((((b << 16) - s + 32767) >> 16) * kAnalogU >> 16) + 128);
+    v[x] = Clip(((((r << 16) - s + 32767) >> 16) * kAnalogV >> 16) + 128);
   }
 }
 
 // Twice the luma of a pixel, in 14 fraction bits.
-int DoubleLuma(const uint8_t* p) { return (9798 * p[0] + 19235 * p[1] + 3736 * p[2]) >> 14; }
+int DoubleLuma(const uint8_t* p) { return (kAnalogDoubleY.r * p[0] + kAnalogDoubleY.g * p[1] + kAnalogDoubleY.b * p[2]) >> 14; }
 
 void RGBRowPairToYUV420(const uint8_t* top, const uint8_t* bottom, uint8_t* yTop, uint8_t* yBottom, uint8_t* u,
                         uint8_t* v, int width) {
@@ -268,8 +268,8 @@ void RGBRowPairToYUV420(const uint8_t* top, const uint8_t* bottom, uint8_t* yTop
     const int d = (t[0] + t[1] + t[2] + t[3]) >> 2;
     const int r4 = p[0][0] + p[1][0] + p[2][0] + p[3][0];
     const int b4 = p[0][2] + p[1][2] + p[2][2] + p[3][2];
-    u[i] = Clip((((b4 >> 1) - d) * 16121 >> 16) + 128);
-    v[i] = Clip((((r4 >> 1) - d) * 28737 >> 16) + 128);
+    u[i] = Clip((((b4 >> 1) - d) * kAnalogU420 >> 16) + 128);
+    v[i] = Clip((((r4 >> 1) - d) * kAnalogV420 >> 16) + 128);
   }
 }
 
@@ -356,12 +356,12 @@ constexpr PackedToPlanarFn* kRGBToYCbCrPlanar[kPrimSlotCount] = {rgb_to_ycbcr_pl
 constexpr PlanarToPackedFn* kYCbCr420ToRGB[kPrimSlotCount] = {ycbcr420_to_rgb_c, ycbcr420_to_rgb_c, ycbcr420_to_rgb_c, ycbcr420_to_rgb_c, ycbcr420_to_rgb_sse41, ycbcr420_to_rgb_avx};
 constexpr PlanarToPackedFn* kYCbCr422ToRGB[kPrimSlotCount] = {ycbcr422_to_rgb_c, ycbcr422_to_rgb_c, ycbcr422_to_rgb_c, ycbcr422_to_rgb_c, ycbcr422_to_rgb_sse41, ycbcr422_to_rgb_avx};
 constexpr PlanarToPackedFn* kYCbCr422ToBGR[kPrimSlotCount] = {ycbcr422_to_bgr_c, ycbcr422_to_bgr_c, ycbcr422_to_bgr_c, ycbcr422_to_bgr_c, ycbcr422_to_bgr_sse41, ycbcr422_to_bgr_avx};
-constexpr PackedToSubsampledFn* kRGBToYUV420[kPrimSlotCount] = {rgb_to_yuv420_c, rgb_to_yuv420_c, rgb_to_yuv420_c, rgb_to_yuv420_c, rgb_to_yuv420_c, rgb_to_yuv420_c};
+constexpr PackedToSubsampledFn* kRGBToYUV420[kPrimSlotCount] = {rgb_to_yuv420_c, rgb_to_yuv420_c, rgb_to_yuv420_c, rgb_to_yuv420_c, rgb_to_yuv420_sse41, rgb_to_yuv420_avx};
 constexpr PackedToSubsampledFn* kBGRToYCbCr420[kPrimSlotCount] = {bgr_to_ycbcr420_c, bgr_to_ycbcr420_c, bgr_to_ycbcr420_c, bgr_to_ycbcr420_c, bgr_to_ycbcr420_sse41, bgr_to_ycbcr420_avx};
 constexpr PackedToSubsampledFn* kBGRToYCbCr422[kPrimSlotCount] = {bgr_to_ycbcr422_c, bgr_to_ycbcr422_c, bgr_to_ycbcr422_c, bgr_to_ycbcr422_c, bgr_to_ycbcr422_sse41, bgr_to_ycbcr422_avx};
 constexpr PackedToSubsampledFn* kRGBToYCbCr420[kPrimSlotCount] = {rgb_to_ycbcr420_c, rgb_to_ycbcr420_c, rgb_to_ycbcr420_c, rgb_to_ycbcr420_c, rgb_to_ycbcr420_sse41, rgb_to_ycbcr420_avx};
 constexpr PackedToSubsampledFn* kRGBToYCbCr422[kPrimSlotCount] = {rgb_to_ycbcr422_c, rgb_to_ycbcr422_c, rgb_to_ycbcr422_c, rgb_to_ycbcr422_c, rgb_to_ycbcr422_sse41, rgb_to_ycbcr422_avx};
-constexpr PackedToPlanarFn* kRGBToYUVPlanar[kPrimSlotCount] = {rgb_to_yuv_planar_c, rgb_to_yuv_planar_c, rgb_to_yuv_planar_c, rgb_to_yuv_planar_c, rgb_to_yuv_planar_c, rgb_to_yuv_planar_c};
+constexpr PackedToPlanarFn* kRGBToYUVPlanar[kPrimSlotCount] = {rgb_to_yuv_planar_c, rgb_to_yuv_planar_c, rgb_to_yuv_planar_c, rgb_to_yuv_planar_c, rgb_to_yuv_planar_sse41, rgb_to_yuv_planar_avx};
 
 }  // namespace
 

@@ -161,7 +161,7 @@ __m128i OddWords(__m128i bytes) { return _mm_srli_epi16(bytes, 8); }
 // Sixteen pixels from their luma bytes and the chroma terms of their even
 // and odd pixels, stored R first or B first.
 template <const YCbCrToRGBWeights& w, bool kBlueFirst>
-void StoreSixteen(__m128i y, const ChannelTerms even[3], const ChannelTerms odd[3], uint8_t* out) {
+[[gnu::always_inline]] inline void StoreSixteen(__m128i y, const ChannelTerms even[3], const ChannelTerms odd[3], uint8_t* out) {
   const LumaTerms lumaEven = LumaTermsOf<w>(EvenWords(y));
   const LumaTerms lumaOdd = LumaTermsOf<w>(OddWords(y));
   __m128i bytes[3];
@@ -374,6 +374,77 @@ void Blocks420(const uint8_t* const* in, uint8_t* const* out, int width) {
   }
 }
 
+// --- RGB to analog YUV ---
+
+// The low words of a vector of word pairs, as 32-bit lanes: R of (R, G), B of (B, G).
+__m128i FirstOfPairs(__m128i pairs) { return _mm_and_si128(pairs, _mm_set1_epi32(0xFFFF)); }
+
+// (difference * weight >> 16) + 128 of 32-bit lanes.
+__m128i Centred(__m128i difference, int32_t weight) {
+  return _mm_add_epi32(_mm_srai_epi32(_mm_mullo_epi32(difference, _mm_set1_epi32(weight)), 16), _mm_set1_epi32(128));
+}
+
+// B - Y or R - Y of one pixel in 16 fraction bits, rounded as the portable formula: ((x << 16) - S + 32767) >> 16.
+__m128i AnalogDifference(__m128i x, __m128i s) {
+  return _mm_srai_epi32(_mm_add_epi32(_mm_sub_epi32(_mm_slli_epi32(x, 16), s), _mm_set1_epi32(32767)), 16);
+}
+
+void YUVBlocks(const uint8_t* const* in, uint8_t* const* out, int width) {
+  for (int x = 0; x < width; x += 16) {
+    __m128i y[4], u[4], v[4];
+    for (int g = 0; g < 4; ++g) {
+      const Pairs pairs = PairsOf<kRGB>(in[0] + 3 * x, g);
+      const __m128i s = Weigh<kAnalogY>(pairs);
+      y[g] = _mm_srai_epi32(s, 16);
+      u[g] = Centred(AnalogDifference(FirstOfPairs(pairs.bg), s), kAnalogU);
+      v[g] = Centred(AnalogDifference(FirstOfPairs(pairs.rg), s), kAnalogV);
+    }
+    Store(out[0] + x, PackBytes(y[0], y[1], y[2], y[3]));
+    Store(out[1] + x, PackBytes(u[0], u[1], u[2], u[3]));
+    Store(out[2] + x, PackBytes(v[0], v[1], v[2], v[3]));
+  }
+}
+
+// Twice the luma of each pixel of a square, their sum, and the colour
+// differences of the squares' sums.
+void YUV420Blocks(const uint8_t* const* in, uint8_t* const* out, int width) {
+  for (int x = 0; x < width; x += 16) {
+    __m128i yTop[4], yBottom[4], squares[4];
+    Pairs sums[4];
+    for (int g = 0; g < 4; ++g) {
+      const Pairs top = PairsOf<kRGB>(in[0] + 3 * x, g), bottom = PairsOf<kRGB>(in[1] + 3 * x, g);
+      const __m128i tTop = _mm_srai_epi32(Weigh<kAnalogDoubleY>(top), 14);
+      const __m128i tBottom = _mm_srai_epi32(Weigh<kAnalogDoubleY>(bottom), 14);
+      yTop[g] = _mm_srai_epi32(tTop, 1);
+      yBottom[g] = _mm_srai_epi32(tBottom, 1);
+      squares[g] = _mm_add_epi32(tTop, tBottom);
+      sums[g] = Add(top, bottom);
+    }
+    Store(out[0] + x, PackBytes(yTop[0], yTop[1], yTop[2], yTop[3]));
+    Store(out[1] + x, PackBytes(yBottom[0], yBottom[1], yBottom[2], yBottom[3]));
+    __m128i u[2], v[2];
+    for (int h = 0; h < 2; ++h) {
+      const __m128i d = _mm_srai_epi32(_mm_hadd_epi32(squares[2 * h], squares[2 * h + 1]), 2);
+      const __m128i b4 = _mm_hadd_epi32(FirstOfPairs(sums[2 * h].bg), FirstOfPairs(sums[2 * h + 1].bg));
+      const __m128i r4 = _mm_hadd_epi32(FirstOfPairs(sums[2 * h].rg), FirstOfPairs(sums[2 * h + 1].rg));
+      u[h] = Centred(_mm_sub_epi32(_mm_srai_epi32(b4, 1), d), kAnalogU420);
+      v[h] = Centred(_mm_sub_epi32(_mm_srai_epi32(r4, 1), d), kAnalogV420);
+    }
+    StoreEight(out[2] + x / 2, u[0], u[1]);
+    StoreEight(out[3] + x / 2, v[0], v[1]);
+  }
+}
+
+void YUVRow(const uint8_t* in, uint8_t* y, uint8_t* u, uint8_t* v, int width) {
+  RunRow<16>(YUVBlocks, {{in, kPacked}}, {{y, kPlane}, {u, kPlane}, {v, kPlane}}, width);
+}
+
+void YUVRowPair420(const uint8_t* top, const uint8_t* bottom, uint8_t* yTop, uint8_t* yBottom, uint8_t* u, uint8_t* v,
+                   int width) {
+  RunRow<16>(YUV420Blocks, {{top, kPacked}, {bottom, kPacked}},
+             {{yTop, kPlane}, {yBottom, kPlane}, {u, kHalf}, {v, kHalf}}, width);
+}
+
 template <const Layout& layout>
 void FullRow(const uint8_t* in, uint8_t* y, uint8_t* cb, uint8_t* cr, int width) {
   RunRow<16>(FullBlocks<layout>, {{in, kPacked}}, {{y, kPlane}, {cb, kPlane}, {cr, kPlane}}, width);
@@ -418,6 +489,16 @@ int PRIM_VARIANT(ycbcr422_to_bgr)(const uint8_t* const src[3], const int srcStep
                                   int width, int height) {
   return prim_plane::YCbCr422ToBGR(Picture422<kYCbCr422ToBGRWeights, true>, src, srcStep, dst, dstStep, width,
                                    height);
+}
+
+int PRIM_VARIANT(rgb_to_yuv420)(const uint8_t* src, int srcStep, uint8_t* const dst[3], const int dstStep[3], int width,
+                                int height) {
+  return prim_plane::RGBToYUV420(YUVRowPair420, src, srcStep, dst, dstStep, width, height);
+}
+
+int PRIM_VARIANT(rgb_to_yuv_planar)(const uint8_t* src, int srcStep, uint8_t* const dst[3], int dstStep, int width,
+                                    int height) {
+  return prim_plane::RGBToYUVPlanar(YUVRow, src, srcStep, dst, dstStep, width, height);
 }
 
 int PRIM_VARIANT(bgr_to_ycbcr420)(const uint8_t* src, int srcStep, uint8_t* const dst[3], const int dstStep[3],

@@ -50,4 +50,15 @@ inline constexpr ChromaScale kChromaOfPixel = {0x808000, 16};
 inline constexpr ChromaScale kChromaOfPair = {0x1004000, 17};
 inline constexpr ChromaScale kChromaOfSquare = {0x2008000, 18};
 
+// RGB to analog YUV: luma S = weights . RGB in 16 fraction bits, and the
+// weights of the colour differences B - Y and R - Y.
+inline constexpr StudioWeights kAnalogY = {19595, 38470, 7471};
+inline constexpr int32_t kAnalogU = 32244;
+inline constexpr int32_t kAnalogV = 57475;
+// The same for 4:2:0: twice the luma in 14 fraction bits, and the weights of
+// the differences of the squares' sums.
+inline constexpr StudioWeights kAnalogDoubleY = {9798, 19235, 3736};
+inline constexpr int32_t kAnalogU420 = 16121;
+inline constexpr int32_t kAnalogV420 = 28737;
+
 }  // namespace prim_colour

@@ -120,10 +120,12 @@ int RGBToYUVPlanar(PackedToPlanesRowFn* row, const uint8_t* src, int srcStep, ui
   PlanarToPackedFn ycbcr420_to_rgb_##isa;              \
   PlanarToPackedFn ycbcr422_to_rgb_##isa;              \
   PlanarToPackedFn ycbcr422_to_bgr_##isa;              \
+  PackedToSubsampledFn rgb_to_yuv420_##isa;            \
   PackedToSubsampledFn bgr_to_ycbcr420_##isa;          \
   PackedToSubsampledFn bgr_to_ycbcr422_##isa;          \
   PackedToSubsampledFn rgb_to_ycbcr420_##isa;          \
   PackedToSubsampledFn rgb_to_ycbcr422_##isa;          \
+  PackedToPlanarFn rgb_to_yuv_planar_##isa;            \
   ResampleFn ycbcr420_to_422_interlaced_##isa;         \
   CopyPlaneFn copy_plane_##isa;                        \
   SetPlaneFn set_plane_##isa;                          \
