@@ -42,6 +42,12 @@ using MaxRowFn = uint8_t(const uint8_t* p, int width);
 // (wa * a + wb * b + 4) >> 3 with wa + wb = 8.
 using BlendRowFn = void(const uint8_t* a, int wa, const uint8_t* b, int wb, uint8_t* out, int width);
 
+// The library's own copy and fill of a row (the C library's, which picks its
+// own moves); the faster slots use them too below the size where a copy
+// streams past the cache.
+CopyRowFn CopyRow;
+SetRowFn SetRow;
+
 // Packed 3-byte pixels to packed 3-byte pixels.
 using PackedRowFn = void(const uint8_t* in, uint8_t* out, int width);
 // Planar Y, Cb, Cr to packed pixels; an odd last pixel takes the chroma of its pair.
@@ -128,7 +134,6 @@ int RGBToYUVPlanar(PackedToPlanesRowFn* row, const uint8_t* src, int srcStep, ui
   PackedToPlanarFn rgb_to_yuv_planar_##isa;            \
   ResampleFn ycbcr420_to_422_interlaced_##isa;         \
   CopyPlaneFn copy_plane_##isa;                        \
-  SetPlaneFn set_plane_##isa;                          \
   AbsDiffFn abs_diff_##isa;                            \
   AddScaledFn add_scaled_##isa;                        \
   MulScaleRGBFn mul_scale_rgb_##isa;                   \

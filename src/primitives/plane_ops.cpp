@@ -36,11 +36,6 @@ uint8_t ScaleBy255(int a, int b) {
 
 // --- Copy and fill ---
 
-// memmove, so that a destination that is the source itself stays legal.
-void CopyRow(const uint8_t* src, uint8_t* dst, int bytes) { std::memmove(dst, src, static_cast<size_t>(bytes)); }
-
-void SetRow(uint8_t value, uint8_t* dst, int bytes) { std::memset(dst, value, static_cast<size_t>(bytes)); }
-
 int set_rgb_c(const uint8_t value[3], uint8_t* dst, int dstStep, int width, int height) {
   if (AnyNull({value, dst})) return PrimStsNullPtrErr;
   if (SizeBelow(width, height, 1, 1)) return PrimStsSizeErr;
@@ -111,11 +106,11 @@ void CompareRow(const uint8_t* in, uint8_t* out, int width, uint8_t value, int o
 }
 
 int copy_plane_c(const uint8_t* src, int srcStep, uint8_t* dst, int dstStep, int width, int height) {
-  return prim_plane::CopyPlane(CopyRow, src, srcStep, dst, dstStep, width, height);
+  return prim_plane::CopyPlane(prim_plane::CopyRow, src, srcStep, dst, dstStep, width, height);
 }
 
 int set_plane_c(uint8_t value, uint8_t* dst, int dstStep, int width, int height) {
-  return prim_plane::SetPlane(SetRow, value, dst, dstStep, width, height);
+  return prim_plane::SetPlane(prim_plane::SetRow, value, dst, dstStep, width, height);
 }
 
 int abs_diff_c(const uint8_t* src1, int src1Step, const uint8_t* src2, int src2Step, uint8_t* dst, int dstStep,
@@ -273,7 +268,7 @@ using MirrorCopyFn = int(const uint8_t*, int, uint8_t*, int, int, int, int);
 using MirrorInPlaceFn = int(uint8_t*, int, int, int, int);
 
 constexpr CopyPlaneFn* kCopyPlane[kPrimSlotCount] = {copy_plane_c, copy_plane_c, copy_plane_c, copy_plane_c, copy_plane_sse41, copy_plane_avx};
-constexpr SetPlaneFn* kSetPlane[kPrimSlotCount] = {set_plane_c, set_plane_c, set_plane_c, set_plane_c, set_plane_sse41, set_plane_avx};
+constexpr SetPlaneFn* kSetPlane[kPrimSlotCount] = {set_plane_c, set_plane_c, set_plane_c, set_plane_c, set_plane_c, set_plane_c};
 constexpr SetRGBFn* kSetRGB[kPrimSlotCount] = {set_rgb_c, set_rgb_c, set_rgb_c, set_rgb_c, set_rgb_c, set_rgb_c};
 constexpr AbsDiffFn* kAbsDiff[kPrimSlotCount] = {abs_diff_c, abs_diff_c, abs_diff_c, abs_diff_c, abs_diff_sse41, abs_diff_avx};
 constexpr AddScaledFn* kAddScaled[kPrimSlotCount] = {add_scaled_c, add_scaled_c, add_scaled_c, add_scaled_c, add_scaled_sse41, add_scaled_avx};
@@ -295,6 +290,11 @@ constexpr MirrorInPlaceFn* kMirrorPlane[kPrimSlotCount] = {mirror_plane_c, mirro
 // --- The primitives over their row kernels ---
 
 namespace prim_plane {
+
+// memmove, so that a destination that is the source itself stays legal.
+void CopyRow(const uint8_t* src, uint8_t* dst, int bytes) { std::memmove(dst, src, static_cast<size_t>(bytes)); }
+
+void SetRow(uint8_t value, uint8_t* dst, int bytes) { std::memset(dst, value, static_cast<size_t>(bytes)); }
 
 int CopyPlane(CopyRowFn* row, const uint8_t* src, int srcStep, uint8_t* dst, int dstStep, int width, int height) {
   if (AnyNull({src, dst})) return PrimStsNullPtrErr;

@@ -1,8 +1,8 @@
-// Vector kernels of the byte-plane operations: copy, fill, difference,
-// scaled sum and product, thresholds and comparison. Written with SSE4.1;
+// Vector kernels of the byte-plane operations: copy, difference, scaled sum
+// and product, thresholds and comparison. Written with SSE4.1;
 // plane_ops_sse41.cpp and plane_ops_avx.cpp both compile this source, the
-// latter with VEX encoding and 32-byte moves for copy and fill. Each defines
-// PRIM_VARIANT(name) to append its instruction set to the entry names.
+// latter with VEX encoding and 32-byte streaming stores for large copies.
+// Each defines PRIM_VARIANT(name) to append its instruction set to the names.
 #pragma once
 
 #include "primitives/plane_kernels.h"
@@ -11,43 +11,47 @@
 
 namespace {
 
-// --- Copy and fill, 64 bytes a block ---
+// --- Copy ---
 
-// All loads of a block come before its stores, so a destination that is the
-// source itself stays legal.
-void CopyBlocks(const uint8_t* const* in, uint8_t* const* out, int bytes) {
-  for (int x = 0; x < bytes; x += 64) {
+// Large copies store past the cache: the bytes would only push out what the
+// caller works on. Smaller ones use the library's row copy. (A fill streams
+// only beyond the largest cache, which no picture reaches on the processors
+// we measured, so fills keep the library's row fill in every slot.)
+constexpr int64_t kStreamedCopyBytes = 0x100000;
+
 #ifdef __AVX__
-    const __m256i a = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in[0] + x));
-    const __m256i b = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in[0] + x + 32));
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out[0] + x), a);
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out[0] + x + 32), b);
+using Vector = __m256i;
+inline Vector LoadVector(const uint8_t* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); }
+inline void StreamVector(uint8_t* p, Vector v) { _mm256_stream_si256(reinterpret_cast<__m256i*>(p), v); }
 #else
-    const __m128i v[4] = {Load(in[0] + x), Load(in[0] + x + 16), Load(in[0] + x + 32), Load(in[0] + x + 48)};
-    for (int i = 0; i < 4; ++i) Store(out[0] + x + 16 * i, v[i]);
+using Vector = __m128i;
+inline Vector LoadVector(const uint8_t* p) { return Load(p); }
+inline void StreamVector(uint8_t* p, Vector v) { _mm_stream_si128(reinterpret_cast<__m128i*>(p), v); }
 #endif
+
+constexpr int kStreamBlock = 64;
+constexpr int kVectorsPerBlock = kStreamBlock / static_cast<int>(sizeof(Vector));
+
+// Streams whole blocks to an aligned destination. All loads of a block come
+// before its stores, so a destination that is the source itself stays legal.
+void StreamBlocks(const uint8_t* const* in, uint8_t* const* out, int bytes) {
+  for (int x = 0; x < bytes; x += kStreamBlock) {
+    Vector v[kVectorsPerBlock];
+    for (int i = 0; i < kVectorsPerBlock; ++i) v[i] = LoadVector(in[0] + x + i * static_cast<int>(sizeof(Vector)));
+    for (int i = 0; i < kVectorsPerBlock; ++i) StreamVector(out[0] + x + i * static_cast<int>(sizeof(Vector)), v[i]);
   }
 }
 
-void CopyRowSimd(const uint8_t* src, uint8_t* dst, int bytes) {
-  RunRow<64>(CopyBlocks, {{src, kPlane}}, {{dst, kPlane}}, bytes);
+// The bytes before the destination's first aligned address.
+int HeadBytes(const uint8_t* dst, int bytes) {
+  const int head = static_cast<int>(-reinterpret_cast<uintptr_t>(dst) % sizeof(Vector));
+  return head < bytes ? head : bytes;
 }
 
-void SetRowSimd(uint8_t value, uint8_t* dst, int bytes) {
-  RunRow<64>(
-      [value](const uint8_t* const*, uint8_t* const* out, int n) {
-        for (int x = 0; x < n; x += 64) {
-#ifdef __AVX__
-          const __m256i v = _mm256_set1_epi8(static_cast<char>(value));
-          _mm256_storeu_si256(reinterpret_cast<__m256i*>(out[0] + x), v);
-          _mm256_storeu_si256(reinterpret_cast<__m256i*>(out[0] + x + 32), v);
-#else
-          const __m128i v = _mm_set1_epi8(static_cast<char>(value));
-          for (int i = 0; i < 4; ++i) Store(out[0] + x + 16 * i, v);
-#endif
-        }
-      },
-      {}, {{dst, kPlane}}, bytes);
+void StreamCopyRow(const uint8_t* src, uint8_t* dst, int bytes) {
+  const int head = HeadBytes(dst, bytes);
+  prim_plane::CopyRow(src, dst, head);
+  RunRow<kStreamBlock>(StreamBlocks, {{src + head, kPlane}}, {{dst + head, kPlane}}, bytes - head);
 }
 
 // --- Arithmetic, 16 bytes a block ---
@@ -172,11 +176,12 @@ void CompareRowSimd(const uint8_t* in, uint8_t* out, int width, uint8_t value, i
 }  // namespace
 
 int PRIM_VARIANT(copy_plane)(const uint8_t* src, int srcStep, uint8_t* dst, int dstStep, int width, int height) {
-  return prim_plane::CopyPlane(CopyRowSimd, src, srcStep, dst, dstStep, width, height);
-}
-
-int PRIM_VARIANT(set_plane)(uint8_t value, uint8_t* dst, int dstStep, int width, int height) {
-  return prim_plane::SetPlane(SetRowSimd, value, dst, dstStep, width, height);
+  if (int64_t{width} * height <= kStreamedCopyBytes) {
+    return prim_plane::CopyPlane(prim_plane::CopyRow, src, srcStep, dst, dstStep, width, height);
+  }
+  const int status = prim_plane::CopyPlane(StreamCopyRow, src, srcStep, dst, dstStep, width, height);
+  _mm_sfence();
+  return status;
 }
 
 int PRIM_VARIANT(abs_diff)(const uint8_t* src1, int src1Step, const uint8_t* src2, int src2Step, uint8_t* dst,

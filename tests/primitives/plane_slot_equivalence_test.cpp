@@ -297,11 +297,17 @@ TEST_P(PlaneSlotEquivalence, InterlacedChromaUpsampling) {
 }
 
 TEST_P(PlaneSlotEquivalence, CopyAndFill) {
-  ForWidths(1, 1, [&](int width, int height) {
+  // Copies above 1 MiB take another path in the faster slots.
+  const auto copy = [&](int width, int height) {
     Compare({{width, height}}, {{{width, height}, width, height}},
             [&](std::vector<Operand>& in, std::vector<Operand>& out) {
               return PrimCopyPlane(in[0].data(), in[0].step(), out[0].data(), out[0].step(), width, height);
             });
+  };
+  copy(1999, 531);
+  copy(1024, 1025);
+  ForWidths(1, 1, [&](int width, int height) {
+    copy(width, height);
     const auto value = static_cast<uint8_t>(random_());
     Compare({}, {{{width, height}, width, height}}, [&](std::vector<Operand>&, std::vector<Operand>& out) {
       return PrimSetPlane(value, out[0].data(), out[0].step(), width, height);
