@@ -86,7 +86,7 @@ constexpr ResampleFn* kYCbCr420To422Interlaced[kPrimSlotCount] = {
 }  // namespace
 
 int prim_plane::YCbCr420To422Interlaced(BlendRowFn* blend, const uint8_t* const src[3], const int srcStep[3],
-                                         uint8_t* const dst[3], const int dstStep[3], int width, int height) {
+                                        uint8_t* const dst[3], const int dstStep[3], int width, int height) {
   if (AnyNullArgument(src, srcStep, dst, dstStep)) return PrimStsNullPtrErr;
   if (SizeBelow(width, height, 2, 4)) return PrimStsSizeErr;
   const bool odd = width % 2 != 0 || height % 4 != 0;

@@ -5,8 +5,8 @@
 #include <bit>
 #include <cstring>
 
-#include "primitives/dispatch.h"
 #include "primitives/colour_weights.h"
+#include "primitives/dispatch.h"
 #include "primitives/plane_common.h"
 #include "primitives/plane_kernels.h"
 #include "primitives/prim_plane.h"
@@ -254,7 +254,9 @@ void RGBRowToYUV(const uint8_t* rgb, uint8_t* y, uint8_t* u, uint8_t* v, int wid
 }
 
 // Twice the luma of a pixel, in 14 fraction bits.
-int DoubleLuma(const uint8_t* p) { return (kAnalogDoubleY.r * p[0] + kAnalogDoubleY.g * p[1] + kAnalogDoubleY.b * p[2]) >> 14; }
+int DoubleLuma(const uint8_t* p) {
+  return (kAnalogDoubleY.r * p[0] + kAnalogDoubleY.g * p[1] + kAnalogDoubleY.b * p[2]) >> 14;
+}
 
 void RGBRowPairToYUV420(const uint8_t* top, const uint8_t* bottom, uint8_t* yTop, uint8_t* yBottom, uint8_t* u,
                         uint8_t* v, int width) {
@@ -350,18 +352,37 @@ int rgb_to_yuv_planar_c(const uint8_t* src, int srcStep, uint8_t* const dst[3], 
 
 // --- Signatures and tables ---
 
-
-constexpr PackedToPackedFn* kYCbCrToRGB[kPrimSlotCount] = {ycbcr_to_rgb_c, ycbcr_to_rgb_c, ycbcr_to_rgb_c, ycbcr_to_rgb_c, ycbcr_to_rgb_sse41, ycbcr_to_rgb_avx};
-constexpr PackedToPlanarFn* kRGBToYCbCrPlanar[kPrimSlotCount] = {rgb_to_ycbcr_planar_c, rgb_to_ycbcr_planar_c, rgb_to_ycbcr_planar_c, rgb_to_ycbcr_planar_c, rgb_to_ycbcr_planar_sse41, rgb_to_ycbcr_planar_avx};
-constexpr PlanarToPackedFn* kYCbCr420ToRGB[kPrimSlotCount] = {ycbcr420_to_rgb_c, ycbcr420_to_rgb_c, ycbcr420_to_rgb_c, ycbcr420_to_rgb_c, ycbcr420_to_rgb_sse41, ycbcr420_to_rgb_avx};
-constexpr PlanarToPackedFn* kYCbCr422ToRGB[kPrimSlotCount] = {ycbcr422_to_rgb_c, ycbcr422_to_rgb_c, ycbcr422_to_rgb_c, ycbcr422_to_rgb_c, ycbcr422_to_rgb_sse41, ycbcr422_to_rgb_avx};
-constexpr PlanarToPackedFn* kYCbCr422ToBGR[kPrimSlotCount] = {ycbcr422_to_bgr_c, ycbcr422_to_bgr_c, ycbcr422_to_bgr_c, ycbcr422_to_bgr_c, ycbcr422_to_bgr_sse41, ycbcr422_to_bgr_avx};
-constexpr PackedToSubsampledFn* kRGBToYUV420[kPrimSlotCount] = {rgb_to_yuv420_c, rgb_to_yuv420_c, rgb_to_yuv420_c, rgb_to_yuv420_c, rgb_to_yuv420_sse41, rgb_to_yuv420_avx};
-constexpr PackedToSubsampledFn* kBGRToYCbCr420[kPrimSlotCount] = {bgr_to_ycbcr420_c, bgr_to_ycbcr420_c, bgr_to_ycbcr420_c, bgr_to_ycbcr420_c, bgr_to_ycbcr420_sse41, bgr_to_ycbcr420_avx};
-constexpr PackedToSubsampledFn* kBGRToYCbCr422[kPrimSlotCount] = {bgr_to_ycbcr422_c, bgr_to_ycbcr422_c, bgr_to_ycbcr422_c, bgr_to_ycbcr422_c, bgr_to_ycbcr422_sse41, bgr_to_ycbcr422_avx};
-constexpr PackedToSubsampledFn* kRGBToYCbCr420[kPrimSlotCount] = {rgb_to_ycbcr420_c, rgb_to_ycbcr420_c, rgb_to_ycbcr420_c, rgb_to_ycbcr420_c, rgb_to_ycbcr420_sse41, rgb_to_ycbcr420_avx};
-constexpr PackedToSubsampledFn* kRGBToYCbCr422[kPrimSlotCount] = {rgb_to_ycbcr422_c, rgb_to_ycbcr422_c, rgb_to_ycbcr422_c, rgb_to_ycbcr422_c, rgb_to_ycbcr422_sse41, rgb_to_ycbcr422_avx};
-constexpr PackedToPlanarFn* kRGBToYUVPlanar[kPrimSlotCount] = {rgb_to_yuv_planar_c, rgb_to_yuv_planar_c, rgb_to_yuv_planar_c, rgb_to_yuv_planar_c, rgb_to_yuv_planar_sse41, rgb_to_yuv_planar_avx};
+constexpr PackedToPackedFn* kYCbCrToRGB[kPrimSlotCount] = {ycbcr_to_rgb_c, ycbcr_to_rgb_c,     ycbcr_to_rgb_c,
+                                                           ycbcr_to_rgb_c, ycbcr_to_rgb_sse41, ycbcr_to_rgb_avx};
+constexpr PackedToPlanarFn* kRGBToYCbCrPlanar[kPrimSlotCount] = {rgb_to_ycbcr_planar_c,     rgb_to_ycbcr_planar_c,
+                                                                 rgb_to_ycbcr_planar_c,     rgb_to_ycbcr_planar_c,
+                                                                 rgb_to_ycbcr_planar_sse41, rgb_to_ycbcr_planar_avx};
+constexpr PlanarToPackedFn* kYCbCr420ToRGB[kPrimSlotCount] = {ycbcr420_to_rgb_c,     ycbcr420_to_rgb_c,
+                                                              ycbcr420_to_rgb_c,     ycbcr420_to_rgb_c,
+                                                              ycbcr420_to_rgb_sse41, ycbcr420_to_rgb_avx};
+constexpr PlanarToPackedFn* kYCbCr422ToRGB[kPrimSlotCount] = {ycbcr422_to_rgb_c,     ycbcr422_to_rgb_c,
+                                                              ycbcr422_to_rgb_c,     ycbcr422_to_rgb_c,
+                                                              ycbcr422_to_rgb_sse41, ycbcr422_to_rgb_avx};
+constexpr PlanarToPackedFn* kYCbCr422ToBGR[kPrimSlotCount] = {ycbcr422_to_bgr_c,     ycbcr422_to_bgr_c,
+                                                              ycbcr422_to_bgr_c,     ycbcr422_to_bgr_c,
+                                                              ycbcr422_to_bgr_sse41, ycbcr422_to_bgr_avx};
+constexpr PackedToSubsampledFn* kRGBToYUV420[kPrimSlotCount] = {
+    rgb_to_yuv420_c, rgb_to_yuv420_c, rgb_to_yuv420_c, rgb_to_yuv420_c, rgb_to_yuv420_sse41, rgb_to_yuv420_avx};
+constexpr PackedToSubsampledFn* kBGRToYCbCr420[kPrimSlotCount] = {bgr_to_ycbcr420_c,     bgr_to_ycbcr420_c,
+                                                                  bgr_to_ycbcr420_c,     bgr_to_ycbcr420_c,
+                                                                  bgr_to_ycbcr420_sse41, bgr_to_ycbcr420_avx};
+constexpr PackedToSubsampledFn* kBGRToYCbCr422[kPrimSlotCount] = {bgr_to_ycbcr422_c,     bgr_to_ycbcr422_c,
+                                                                  bgr_to_ycbcr422_c,     bgr_to_ycbcr422_c,
+                                                                  bgr_to_ycbcr422_sse41, bgr_to_ycbcr422_avx};
+constexpr PackedToSubsampledFn* kRGBToYCbCr420[kPrimSlotCount] = {rgb_to_ycbcr420_c,     rgb_to_ycbcr420_c,
+                                                                  rgb_to_ycbcr420_c,     rgb_to_ycbcr420_c,
+                                                                  rgb_to_ycbcr420_sse41, rgb_to_ycbcr420_avx};
+constexpr PackedToSubsampledFn* kRGBToYCbCr422[kPrimSlotCount] = {rgb_to_ycbcr422_c,     rgb_to_ycbcr422_c,
+                                                                  rgb_to_ycbcr422_c,     rgb_to_ycbcr422_c,
+                                                                  rgb_to_ycbcr422_sse41, rgb_to_ycbcr422_avx};
+constexpr PackedToPlanarFn* kRGBToYUVPlanar[kPrimSlotCount] = {rgb_to_yuv_planar_c,     rgb_to_yuv_planar_c,
+                                                               rgb_to_yuv_planar_c,     rgb_to_yuv_planar_c,
+                                                               rgb_to_yuv_planar_sse41, rgb_to_yuv_planar_avx};
 
 }  // namespace
 
@@ -401,18 +422,17 @@ void ConvertTo420(RowPairTo420Fn* row, const uint8_t* src, int srcStep, uint8_t*
   }
 }
 
-void ConvertToFullPlanes(PackedToPlanesRowFn* row, const uint8_t* src, int srcStep, uint8_t* const dst[3],
-                         int dstStep, int width, int height) {
+void ConvertToFullPlanes(PackedToPlanesRowFn* row, const uint8_t* src, int srcStep, uint8_t* const dst[3], int dstStep,
+                         int width, int height) {
   for (int y = 0; y < height; ++y) {
-    row(RowOf(src, srcStep, y), RowOf(dst[0], dstStep, y), RowOf(dst[1], dstStep, y), RowOf(dst[2], dstStep, y),
-        width);
+    row(RowOf(src, srcStep, y), RowOf(dst[0], dstStep, y), RowOf(dst[1], dstStep, y), RowOf(dst[2], dstStep, y), width);
   }
 }
 
 }  // namespace
 
-void ConvertPlanarRows(PlanarToPackedRowFn* row, int chromaRowShift, const uint8_t* const src[3],
-                       const int srcStep[3], uint8_t* dst, int dstStep, int width, int height) {
+void ConvertPlanarRows(PlanarToPackedRowFn* row, int chromaRowShift, const uint8_t* const src[3], const int srcStep[3],
+                       uint8_t* dst, int dstStep, int width, int height) {
   for (int y = 0; y < height; ++y) {
     row(RowOf(src[0], srcStep[0], y), RowOf(src[1], srcStep[1], y >> chromaRowShift),
         RowOf(src[2], srcStep[2], y >> chromaRowShift), RowOf(dst, dstStep, y), width);

@@ -65,8 +65,9 @@ constexpr ShuffleMasks kDeinterleave = MakeDeinterleaveMasks();
 __m128i MaskOf(const int8_t (&m)[16]) { return _mm_load_si128(reinterpret_cast<const __m128i*>(m)); }
 
 __m128i Gather3(const ShuffleMasks& masks, int k, __m128i a, __m128i b, __m128i c) {
-  return _mm_or_si128(_mm_or_si128(_mm_shuffle_epi8(a, MaskOf(masks.m[k][0])), _mm_shuffle_epi8(b, MaskOf(masks.m[k][1]))),
-                      _mm_shuffle_epi8(c, MaskOf(masks.m[k][2])));
+  return _mm_or_si128(
+      _mm_or_si128(_mm_shuffle_epi8(a, MaskOf(masks.m[k][0])), _mm_shuffle_epi8(b, MaskOf(masks.m[k][1]))),
+      _mm_shuffle_epi8(c, MaskOf(masks.m[k][2])));
 }
 
 // Channel vectors in even-then-odd pixel order to packed pixels.
@@ -114,8 +115,8 @@ __m128i TimesWhole(__m128i x) {
 template <int32_t kCb, int32_t kCr, int32_t kBase>
 ChannelTerms TermsOf(const ChromaWords& chroma) {
   static_assert(Whole(kCb) * 65536 + Part(kCb) == kCb && Whole(kCr) * 65536 + Part(kCr) == kCr);
-  const __m128i parts = _mm_set1_epi32(static_cast<int32_t>(static_cast<uint16_t>(Part(kCb)) |
-                                                            static_cast<uint32_t>(static_cast<uint16_t>(Part(kCr))) << 16));
+  const __m128i parts = _mm_set1_epi32(static_cast<int32_t>(
+      static_cast<uint16_t>(Part(kCb)) | static_cast<uint32_t>(static_cast<uint16_t>(Part(kCr))) << 16));
   const __m128i base = _mm_set1_epi32(kBase);
   const __m128i sumLow = _mm_add_epi32(_mm_madd_epi16(chroma.pairsLow, parts), base);
   const __m128i sumHigh = _mm_add_epi32(_mm_madd_epi16(chroma.pairsHigh, parts), base);
@@ -161,7 +162,8 @@ __m128i OddWords(__m128i bytes) { return _mm_srli_epi16(bytes, 8); }
 // Sixteen pixels from their luma bytes and the chroma terms of their even
 // and odd pixels, stored R first or B first.
 template <const YCbCrToRGBWeights& w, bool kBlueFirst>
-[[gnu::always_inline]] inline void StoreSixteen(__m128i y, const ChannelTerms even[3], const ChannelTerms odd[3], uint8_t* out) {
+[[gnu::always_inline]] inline void StoreSixteen(__m128i y, const ChannelTerms even[3], const ChannelTerms odd[3],
+                                                uint8_t* out) {
   const LumaTerms lumaEven = LumaTermsOf<w>(EvenWords(y));
   const LumaTerms lumaOdd = LumaTermsOf<w>(OddWords(y));
   __m128i bytes[3];
@@ -297,8 +299,10 @@ Pairs Add(Pairs a, Pairs b) { return {_mm_add_epi16(a.rg, b.rg), _mm_add_epi16(a
 template <const StudioWeights& w>
 __m128i Weigh(Pairs p) {
   constexpr int32_t g1 = w.g / 2, g2 = w.g - w.g / 2;
-  const __m128i rg = _mm_set1_epi32(static_cast<int32_t>(static_cast<uint16_t>(w.r) | static_cast<uint32_t>(static_cast<uint16_t>(g1)) << 16));
-  const __m128i bg = _mm_set1_epi32(static_cast<int32_t>(static_cast<uint16_t>(w.b) | static_cast<uint32_t>(static_cast<uint16_t>(g2)) << 16));
+  const __m128i rg = _mm_set1_epi32(
+      static_cast<int32_t>(static_cast<uint16_t>(w.r) | static_cast<uint32_t>(static_cast<uint16_t>(g1)) << 16));
+  const __m128i bg = _mm_set1_epi32(
+      static_cast<int32_t>(static_cast<uint16_t>(w.b) | static_cast<uint32_t>(static_cast<uint16_t>(g2)) << 16));
   return _mm_add_epi32(_mm_madd_epi16(p.rg, rg), _mm_madd_epi16(p.bg, bg));
 }
 
@@ -475,20 +479,17 @@ int PRIM_VARIANT(rgb_to_ycbcr_planar)(const uint8_t* src, int srcStep, uint8_t* 
 
 int PRIM_VARIANT(ycbcr420_to_rgb)(const uint8_t* const src[3], const int srcStep[3], uint8_t* dst, int dstStep,
                                   int width, int height) {
-  return prim_plane::YCbCr420ToRGB(Picture420<kYCbCr420ToRGBWeights>, src, srcStep, dst, dstStep, width,
-                                   height);
+  return prim_plane::YCbCr420ToRGB(Picture420<kYCbCr420ToRGBWeights>, src, srcStep, dst, dstStep, width, height);
 }
 
 int PRIM_VARIANT(ycbcr422_to_rgb)(const uint8_t* const src[3], const int srcStep[3], uint8_t* dst, int dstStep,
                                   int width, int height) {
-  return prim_plane::YCbCr422ToRGB(Picture422<kYCbCr422ToRGBWeights, false>, src, srcStep, dst, dstStep, width,
-                                   height);
+  return prim_plane::YCbCr422ToRGB(Picture422<kYCbCr422ToRGBWeights, false>, src, srcStep, dst, dstStep, width, height);
 }
 
 int PRIM_VARIANT(ycbcr422_to_bgr)(const uint8_t* const src[3], const int srcStep[3], uint8_t* dst, int dstStep,
                                   int width, int height) {
-  return prim_plane::YCbCr422ToBGR(Picture422<kYCbCr422ToBGRWeights, true>, src, srcStep, dst, dstStep, width,
-                                   height);
+  return prim_plane::YCbCr422ToBGR(Picture422<kYCbCr422ToBGRWeights, true>, src, srcStep, dst, dstStep, width, height);
 }
 
 int PRIM_VARIANT(rgb_to_yuv420)(const uint8_t* src, int srcStep, uint8_t* const dst[3], const int dstStep[3], int width,

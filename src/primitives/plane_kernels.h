@@ -67,8 +67,8 @@ using RowPairTo420Fn = void(const uint8_t* top, const uint8_t* bottom, uint8_t* 
 
 // Runs a planar-to-packed row kernel over a picture whose chroma rows each
 // serve 1 << chromaRowShift luma rows.
-void ConvertPlanarRows(PlanarToPackedRowFn* row, int chromaRowShift, const uint8_t* const src[3],
-                       const int srcStep[3], uint8_t* dst, int dstStep, int width, int height);
+void ConvertPlanarRows(PlanarToPackedRowFn* row, int chromaRowShift, const uint8_t* const src[3], const int srcStep[3],
+                       uint8_t* dst, int dstStep, int width, int height);
 
 // Runs a row-pair kernel over a 4:2:0 picture of even height.
 void ConvertPlanarRowPairs(PlanarRowPairToPackedFn* rows, const uint8_t* const src[3], const int srcStep[3],
@@ -90,11 +90,10 @@ int CompareConst(CompareRowFn* row, const uint8_t* src, int srcStep, uint8_t val
 int CountInRange(CountRowFn* row, const uint8_t* src, int step, int width, int height, int* count, uint8_t lower,
                  uint8_t upper);
 int Max(MaxRowFn* row, const uint8_t* src, int step, int width, int height, uint8_t* max);
-int YCbCr420To422Interlaced(BlendRowFn* blend, const uint8_t* const src[3], const int srcStep[3],
-                            uint8_t* const dst[3], const int dstStep[3], int width, int height);
+int YCbCr420To422Interlaced(BlendRowFn* blend, const uint8_t* const src[3], const int srcStep[3], uint8_t* const dst[3],
+                            const int dstStep[3], int width, int height);
 
-int YCbCrToRGB(PackedRowFn* row, const uint8_t* src, int srcStep, uint8_t* dst, int dstStep, int width,
-               int height);
+int YCbCrToRGB(PackedRowFn* row, const uint8_t* src, int srcStep, uint8_t* dst, int dstStep, int width, int height);
 int RGBToYCbCrPlanar(PackedToPlanesRowFn* row, const uint8_t* src, int srcStep, uint8_t* const dst[3], int dstStep,
                      int width, int height);
 int YCbCr420ToRGB(PlanarToPackedPlaneFn* convert, const uint8_t* const src[3], const int srcStep[3], uint8_t* dst,
@@ -103,14 +102,14 @@ int YCbCr422ToRGB(PlanarToPackedPlaneFn* convert, const uint8_t* const src[3], c
                   int dstStep, int width, int height);
 int YCbCr422ToBGR(PlanarToPackedPlaneFn* convert, const uint8_t* const src[3], const int srcStep[3], uint8_t* dst,
                   int dstStep, int width, int height);
-int RGBToYUV420(RowPairTo420Fn* row, const uint8_t* src, int srcStep, uint8_t* const dst[3],
-                const int dstStep[3], int width, int height);
-int BGRToYCbCr420(RowPairTo420Fn* row, const uint8_t* src, int srcStep, uint8_t* const dst[3],
-                  const int dstStep[3], int width, int height);
+int RGBToYUV420(RowPairTo420Fn* row, const uint8_t* src, int srcStep, uint8_t* const dst[3], const int dstStep[3],
+                int width, int height);
+int BGRToYCbCr420(RowPairTo420Fn* row, const uint8_t* src, int srcStep, uint8_t* const dst[3], const int dstStep[3],
+                  int width, int height);
 int BGRToYCbCr422(PackedToPlanesRowFn* row, const uint8_t* src, int srcStep, uint8_t* const dst[3],
                   const int dstStep[3], int width, int height);
-int RGBToYCbCr420(RowPairTo420Fn* row, const uint8_t* src, int srcStep, uint8_t* const dst[3],
-                  const int dstStep[3], int width, int height);
+int RGBToYCbCr420(RowPairTo420Fn* row, const uint8_t* src, int srcStep, uint8_t* const dst[3], const int dstStep[3],
+                  int width, int height);
 int RGBToYCbCr422(PackedToPlanesRowFn* row, const uint8_t* src, int srcStep, uint8_t* const dst[3],
                   const int dstStep[3], int width, int height);
 int RGBToYUVPlanar(PackedToPlanesRowFn* row, const uint8_t* src, int srcStep, uint8_t* const dst[3], int dstStep,
@@ -120,27 +119,27 @@ int RGBToYUVPlanar(PackedToPlanesRowFn* row, const uint8_t* src, int srcStep, ui
 
 // --- The variants of the slots above the portable one ---
 
-#define PRIM_PLANE_DECLARE_VARIANTS(isa)               \
-  PackedToPackedFn ycbcr_to_rgb_##isa;                 \
-  PackedToPlanarFn rgb_to_ycbcr_planar_##isa;          \
-  PlanarToPackedFn ycbcr420_to_rgb_##isa;              \
-  PlanarToPackedFn ycbcr422_to_rgb_##isa;              \
-  PlanarToPackedFn ycbcr422_to_bgr_##isa;              \
-  PackedToSubsampledFn rgb_to_yuv420_##isa;            \
-  PackedToSubsampledFn bgr_to_ycbcr420_##isa;          \
-  PackedToSubsampledFn bgr_to_ycbcr422_##isa;          \
-  PackedToSubsampledFn rgb_to_ycbcr420_##isa;          \
-  PackedToSubsampledFn rgb_to_ycbcr422_##isa;          \
-  PackedToPlanarFn rgb_to_yuv_planar_##isa;            \
-  ResampleFn ycbcr420_to_422_interlaced_##isa;         \
-  CopyPlaneFn copy_plane_##isa;                        \
-  AbsDiffFn abs_diff_##isa;                            \
-  AddScaledFn add_scaled_##isa;                        \
-  MulScaleRGBFn mul_scale_rgb_##isa;                   \
-  ThresholdFn threshold_low_##isa;                     \
-  ThresholdFn threshold_high_##isa;                    \
-  CompareConstFn compare_const_##isa;                  \
-  CountInRangeFn count_in_range_##isa;                 \
+#define PRIM_PLANE_DECLARE_VARIANTS(isa)       \
+  PackedToPackedFn ycbcr_to_rgb_##isa;         \
+  PackedToPlanarFn rgb_to_ycbcr_planar_##isa;  \
+  PlanarToPackedFn ycbcr420_to_rgb_##isa;      \
+  PlanarToPackedFn ycbcr422_to_rgb_##isa;      \
+  PlanarToPackedFn ycbcr422_to_bgr_##isa;      \
+  PackedToSubsampledFn rgb_to_yuv420_##isa;    \
+  PackedToSubsampledFn bgr_to_ycbcr420_##isa;  \
+  PackedToSubsampledFn bgr_to_ycbcr422_##isa;  \
+  PackedToSubsampledFn rgb_to_ycbcr420_##isa;  \
+  PackedToSubsampledFn rgb_to_ycbcr422_##isa;  \
+  PackedToPlanarFn rgb_to_yuv_planar_##isa;    \
+  ResampleFn ycbcr420_to_422_interlaced_##isa; \
+  CopyPlaneFn copy_plane_##isa;                \
+  AbsDiffFn abs_diff_##isa;                    \
+  AddScaledFn add_scaled_##isa;                \
+  MulScaleRGBFn mul_scale_rgb_##isa;           \
+  ThresholdFn threshold_low_##isa;             \
+  ThresholdFn threshold_high_##isa;            \
+  CompareConstFn compare_const_##isa;          \
+  CountInRangeFn count_in_range_##isa;         \
   MaxFn max_##isa;
 
 PRIM_PLANE_DECLARE_VARIANTS(sse41)

@@ -94,9 +94,8 @@ void AddScaledRowSimd(const uint8_t* a, const uint8_t* b, uint8_t* out, int widt
   } else if (scale < 0) {
     // A sum of 255 or more saturates at any shift, and 255 << 8 fits a word.
     const __m128i shift = _mm_cvtsi32_si128(-scale < 8 ? -scale : 8);
-    MapSums(a, b, out, width, [max, shift](__m128i sum) {
-      return _mm_min_epu16(_mm_sll_epi16(_mm_min_epu16(sum, max), shift), max);
-    });
+    MapSums(a, b, out, width,
+            [max, shift](__m128i sum) { return _mm_min_epu16(_mm_sll_epi16(_mm_min_epu16(sum, max), shift), max); });
   } else {
     const __m128i shift = _mm_cvtsi32_si128(scale);
     const __m128i bias = _mm_set1_epi16(static_cast<int16_t>((1 << (scale - 1)) - 1));
@@ -156,7 +155,8 @@ void CompareRowSimd(const uint8_t* in, uint8_t* out, int width, uint8_t value, i
   const __m128i ones = _mm_set1_epi8(-1);
   switch (op) {
     case PrimCmpLess:
-      MapBytes(in, out, width, [v, ones](__m128i b) { return _mm_xor_si128(_mm_cmpeq_epi8(_mm_max_epu8(b, v), b), ones); });
+      MapBytes(in, out, width,
+               [v, ones](__m128i b) { return _mm_xor_si128(_mm_cmpeq_epi8(_mm_max_epu8(b, v), b), ones); });
       break;
     case PrimCmpLessEq:
       MapBytes(in, out, width, [v](__m128i b) { return _mm_cmpeq_epi8(_mm_min_epu8(b, v), b); });
@@ -168,7 +168,8 @@ void CompareRowSimd(const uint8_t* in, uint8_t* out, int width, uint8_t value, i
       MapBytes(in, out, width, [v](__m128i b) { return _mm_cmpeq_epi8(_mm_max_epu8(b, v), b); });
       break;
     default:
-      MapBytes(in, out, width, [v, ones](__m128i b) { return _mm_xor_si128(_mm_cmpeq_epi8(_mm_min_epu8(b, v), b), ones); });
+      MapBytes(in, out, width,
+               [v, ones](__m128i b) { return _mm_xor_si128(_mm_cmpeq_epi8(_mm_min_epu8(b, v), b), ones); });
       break;
   }
 }

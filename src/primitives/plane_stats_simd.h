@@ -47,7 +47,8 @@ uint8_t MaxBlocks(const uint8_t* p, int width) {
 }
 
 uint8_t MaxRowSimd(const uint8_t* p, int width) {
-  return ReduceRow<16>(MaxBlocks, [](uint8_t a, uint8_t b) { return a > b ? a : b; }, p, width, 0);
+  return ReduceRow<16>(
+      MaxBlocks, [](uint8_t a, uint8_t b) { return a > b ? a : b; }, p, width, 0);
 }
 
 }  // namespace

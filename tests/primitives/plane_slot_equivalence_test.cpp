@@ -156,7 +156,8 @@ class PlaneSlotEquivalence : public ::testing::TestWithParam<int> {
         ++tally_.samples;
         if (r == v) continue;
         ++tally_.differing;
-        ASSERT_LE(std::abs(r - v), options.tolerance) << "output " << k << " byte " << i << ": " << int{r} << " vs " << int{v};
+        ASSERT_LE(std::abs(r - v), options.tolerance)
+            << "output " << k << " byte " << i << ": " << int{r} << " vs " << int{v};
       }
     }
   }
@@ -253,8 +254,10 @@ TEST_P(PlaneSlotEquivalence, PackedToSubsampled) {
     PackedToSubsampled convert;
     int chromaRows, minWidth, minHeight;
   };
-  const Case cases[] = {{"RGB to 4:2:0", PrimRGBToYCbCr420, 2, 1, 1}, {"BGR to 4:2:0", PrimBGRToYCbCr420, 2, 2, 2},
-                        {"RGB to 4:2:2", PrimRGBToYCbCr422, 1, 2, 1}, {"BGR to 4:2:2", PrimBGRToYCbCr422, 1, 2, 1},
+  const Case cases[] = {{"RGB to 4:2:0", PrimRGBToYCbCr420, 2, 1, 1},
+                        {"BGR to 4:2:0", PrimBGRToYCbCr420, 2, 2, 2},
+                        {"RGB to 4:2:2", PrimRGBToYCbCr422, 1, 2, 1},
+                        {"BGR to 4:2:2", PrimBGRToYCbCr422, 1, 2, 1},
                         {"RGB to YUV 4:2:0", PrimRGBToYUV420, 2, 1, 1}};
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
@@ -325,23 +328,27 @@ TEST_P(PlaneSlotEquivalence, DifferenceFrameFamily) {
                          height);
     });
     const auto value = static_cast<uint8_t>(random_());
-    Compare({}, {whole}, [&](std::vector<Operand>&, std::vector<Operand>& out) {
-      return PrimThresholdLow(out[0].data(), out[0].step(), width, height, value);
-    }, {.inPlace = true});
-    Compare({}, {whole}, [&](std::vector<Operand>&, std::vector<Operand>& out) {
-      return PrimThresholdHigh(out[0].data(), out[0].step(), width, height, value);
-    }, {.inPlace = true});
+    Compare({}, {whole},
+            [&](std::vector<Operand>&, std::vector<Operand>& out) {
+              return PrimThresholdLow(out[0].data(), out[0].step(), width, height, value);
+            },
+            {.inPlace = true});
+    Compare({}, {whole},
+            [&](std::vector<Operand>&, std::vector<Operand>& out) {
+              return PrimThresholdHigh(out[0].data(), out[0].step(), width, height, value);
+            },
+            {.inPlace = true});
     for (int op = PrimCmpLess; op <= PrimCmpGreater + 1; ++op) {
       Compare({plane}, {{plane, op <= PrimCmpGreater ? width : 0, height}},
               [&](std::vector<Operand>& in, std::vector<Operand>& out) {
-                return PrimCompareConst(in[0].data(), in[0].step(), value, out[0].data(), out[0].step(), width,
-                                        height, op);
+                return PrimCompareConst(in[0].data(), in[0].step(), value, out[0].data(), out[0].step(), width, height,
+                                        op);
               });
     }
     // The statistics write one value, the status as well: both land in a
     // one-byte output of their own.
-    const uint8_t bounds[][2] = {{0, 255}, {value, value}, {static_cast<uint8_t>(value / 2), value}, {0, value},
-                                 {value, 255}};
+    const uint8_t bounds[][2] = {
+        {0, 255}, {value, value}, {static_cast<uint8_t>(value / 2), value}, {0, value}, {value, 255}};
     for (const auto& b : bounds) {
       Compare({plane}, {{{4, 1}, 4, 1}}, [&](std::vector<Operand>& in, std::vector<Operand>& out) {
         int count = -1;
