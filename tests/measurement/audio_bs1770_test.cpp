@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <complex>
 #include <cstdio>
 #include <fstream>
@@ -215,6 +216,26 @@ TEST(CAudioBS1770Test, JoinedMonoMeasurementsReadThreeDecibelsHigher) {
     EXPECT_NEAR(joined.GetLoudness(mode) - left.GetLoudness(mode), 10.0 * std::log10(2.0), 1e-9) << mode;
   }
   EXPECT_EQ(joined.GetPeak(), left.GetPeak());
+}
+
+// After a signal stops, the filter memory would ring down through subnormal
+// numbers, a hundred times slower per sample, unless it is cleared.
+TEST(CAudioBS1770Test, SilenceAfterASignalCostsNoMoreThanTheSignal) {
+  const Block loud{WhiteNoise(48000, 0.5, 1), WhiteNoise(48000, 0.5, 2)};
+  const Block noise{WhiteNoise(20 * 48000, 0.5, 3), WhiteNoise(20 * 48000, 0.5, 4)};
+  const Block silence = Copies(std::vector<double>(20 * 48000, 0.0), 2);
+  auto fastest = [&](const Block& tail) {
+    double best = 1e9;
+    for (int run = 0; run < 3; ++run) {
+      CAudioBS1770 meter(2, 48000, kEbu);
+      meter.AddSamples(loud);
+      const auto start = std::chrono::steady_clock::now();
+      meter.AddSamples(tail);
+      best = std::min(best, std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+    }
+    return best;
+  };
+  EXPECT_LT(fastest(silence), 3.0 * fastest(noise));
 }
 
 TEST(CAudioBS1770Test, PeakCountsTheUnfinishedSubBlock) {
