@@ -4,8 +4,12 @@
 
 #include "core/audio_params.h"
 #include "core/bit_reader.h"
+#include "core/corvane_app.h"
 #include "core/frame.h"
+#include "core/settings_catalogue.h"
 #include "core/types.h"
 #include "platform/buffer_alloc.h"
 #include "platform/logger.h"
+#include "platform/registry.h"
+#include "platform/win_app.h"
 #include "primitives/prim.h"

@@ -1,5 +1,6 @@
 // corvane: drives every subsystem of the library on real files.
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <string>
 #include <vector>
@@ -11,6 +12,15 @@ using corvane::tool::Commands;
 using corvane::tool::FindCommand;
 
 namespace {
+
+// The library logs its start-up line while it is loaded, before main runs.
+// Standard error belongs to the tool's own messages, so unless the user names
+// a log file in CORVANE_LOG, the library's log lines are dropped. This must run
+// before the shared libraries' initialisers: the executable's pre-init array is
+// the one place that does.
+void QuietLibraryLog(int, char**, char**) { setenv("CORVANE_LOG", "/dev/null", 0); }
+__attribute__((section(".preinit_array"), used)) void (*const g_quietLibraryLog)(int, char**, char**) =
+    QuietLibraryLog;
 
 void PrintCommandList(FILE* out) {
   std::fprintf(out, "usage: corvane COMMAND [ARGS]   (corvane COMMAND --help for its options)\n\ncommands:\n");
