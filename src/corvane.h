@@ -8,6 +8,8 @@
 #include "core/frame.h"
 #include "core/settings_catalogue.h"
 #include "core/types.h"
+#include "measurement/audio_bs1770.h"
+#include "measurement/audio_peak_level.h"
 #include "platform/buffer_alloc.h"
 #include "platform/logger.h"
 #include "platform/registry.h"
