@@ -2,11 +2,13 @@
 // and links libcorvane.so.
 #pragma once
 
+#include "audioparse/audio_support.h"
 #include "core/audio_params.h"
 #include "core/bit_reader.h"
 #include "core/corvane_app.h"
 #include "core/frame.h"
 #include "core/settings_catalogue.h"
+#include "core/stream_exception.h"
 #include "core/types.h"
 #include "deinterlace/bob_deinterlacer.h"
 #include "deinterlace/deinterlacer.h"
