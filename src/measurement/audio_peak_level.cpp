@@ -1,6 +1,7 @@
 #include "measurement/audio_peak_level.h"
 
 #include "measurement/audio_peak_level_impl.h"
+#include "measurement/peak_level_chromatec.h"
 #include "measurement/peak_level_ppm.h"
 #include "measurement/peak_level_simple.h"
 #include "measurement/peak_level_vu.h"
@@ -12,6 +13,7 @@ CAudioPeakLevelImpl* MakeMeter(unsigned channels, int samplingRate, AUDIO_MEAURE
   switch (type) {
     case MEASUREMENT_PPM_IIA: return new CPeakLevelPPMIIa(channels, samplingRate);
     case MEASUREMENT_VU: return new CPeakLevelVU(channels, samplingRate);
+    case MEASUREMENT_CHROMATEC: return new CPeakLevelChromaTec(channels, samplingRate);
     case MEASUREMENT_SIMPLE: return new CPeakLevelSimple(channels, samplingRate);
     default: return nullptr;
   }

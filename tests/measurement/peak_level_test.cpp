@@ -17,7 +17,8 @@ using NS_AudioMeasurement::MEASUREMENT_PPM_IIA;
 using NS_AudioMeasurement::MEASUREMENT_SIMPLE;
 using NS_AudioMeasurement::MEASUREMENT_VU;
 
-constexpr AUDIO_MEAUREMENT_TYPE kBlockMeters[] = {MEASUREMENT_PPM_IIA, MEASUREMENT_VU, MEASUREMENT_SIMPLE};
+constexpr AUDIO_MEAUREMENT_TYPE kBlockMeters[] = {MEASUREMENT_PPM_IIA, MEASUREMENT_VU, MEASUREMENT_SIMPLE,
+                                                  NS_AudioMeasurement::MEASUREMENT_CHROMATEC};
 
 std::vector<short> History(CAudioPeakLevel& meter, int milliseconds = 100) {
   std::vector<short> points;

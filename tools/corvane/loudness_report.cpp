@@ -123,6 +123,7 @@ LoudnessAnalysis::LoudnessAnalysis(int channels, int rate, const LoudnessSetting
   peak_ = std::make_unique<CAudioPeakLevel>(all, rate, NS_AudioMeasurement::MEASUREMENT_SIMPLE);
   ppm_ = std::make_unique<CAudioPeakLevel>(all, rate, NS_AudioMeasurement::MEASUREMENT_PPM_IIA);
   vu_ = std::make_unique<CAudioPeakLevel>(all, rate, NS_AudioMeasurement::MEASUREMENT_VU);
+  chromatec_ = std::make_unique<CAudioPeakLevel>(all, rate, NS_AudioMeasurement::MEASUREMENT_CHROMATEC);
 }
 
 void LoudnessAnalysis::Add(const std::vector<std::vector<double>>& block) {
@@ -141,6 +142,7 @@ void LoudnessAnalysis::Add(const std::vector<std::vector<double>>& block) {
   peak_->AddSamples(block);
   ppm_->AddSamples(block);
   vu_->AddSamples(block);
+  chromatec_->AddSamples(block);
 }
 
 LoudnessFigures LoudnessAnalysis::Figures(const std::string& source) const {
@@ -157,6 +159,7 @@ LoudnessFigures LoudnessAnalysis::Figures(const std::string& source) const {
   figures.ppm = ppm_->GetPeakReading();
   figures.ppmDb = ppm_->ConvertReadingToDB(figures.ppm);
   figures.vuDb = vu_->GetPeakReading();
+  figures.chromatecDb = chromatec_->GetPeakReading();
   return figures;
 }
 
@@ -235,15 +238,26 @@ std::string FormatReport(const LoudnessFigures& f) {
   text += Format("sample peak        %.1f dBFS\n", f.samplePeak);
   text += Format("PPM type IIa       %.2f (%.1f dB)\n", f.ppm, f.ppmDb);
   text += Format("VU                 %.1f dB\n", f.vuDb);
+  text += Format("Chromatec          %.1f dB\n", f.chromatecDb);
   return text;
 }
 
 std::string FormatJson(const LoudnessFigures& f) {
-  return "{\"integrated_lkfs\": " + JsonNumber(f.integrated) + ", \"momentary_max_lkfs\": " +
-         JsonNumber(f.momentaryMax) + ", \"short_term_max_lkfs\": " + JsonNumber(f.shortTermMax) +
-         ", \"sample_peak_db\": " + JsonNumber(f.samplePeak) + ", \"ppm\": " + JsonNumber(f.ppm) +
-         ", \"vu_db\": " + JsonNumber(f.vuDb) + Format(", \"sample_rate\": %d, \"channels\": %d", f.rate, f.channels) +
-         ", \"duration_seconds\": " + JsonNumber(f.durationSeconds, "%.3f") + "}\n";
+  const std::pair<const char*, std::string> fields[] = {
+      {"integrated_lkfs", JsonNumber(f.integrated)},
+      {"momentary_max_lkfs", JsonNumber(f.momentaryMax)},
+      {"short_term_max_lkfs", JsonNumber(f.shortTermMax)},
+      {"sample_peak_db", JsonNumber(f.samplePeak)},
+      {"ppm", JsonNumber(f.ppm)},
+      {"vu_db", JsonNumber(f.vuDb)},
+      {"chromatec_db", JsonNumber(f.chromatecDb)},
+      {"sample_rate", std::to_string(f.rate)},
+      {"channels", std::to_string(f.channels)},
+      {"duration_seconds", JsonNumber(f.durationSeconds, "%.3f")},
+  };
+  std::string json = "{";
+  for (const auto& [key, value] : fields) json += (json.size() > 1 ? ", \"" : "\"") + std::string(key) + "\": " + value;
+  return json + "}\n";
 }
 
 }  // namespace corvane::tool

@@ -31,6 +31,7 @@ struct LoudnessFigures {
   double ppm = 0.0;           // PPM marks
   double ppmDb = 0.0;
   double vuDb = 0.0;
+  double chromatecDb = 0.0;
 };
 
 // The meters of one report, fed block by block. Up to five channels are
@@ -59,6 +60,7 @@ class LoudnessAnalysis {
   std::unique_ptr<NS_AudioMeasurement::CAudioPeakLevel> peak_;
   std::unique_ptr<NS_AudioMeasurement::CAudioPeakLevel> ppm_;
   std::unique_ptr<NS_AudioMeasurement::CAudioPeakLevel> vu_;
+  std::unique_ptr<NS_AudioMeasurement::CAudioPeakLevel> chromatec_;
 };
 
 // Streams a whole file through a LoudnessAnalysis, with a progress line.
