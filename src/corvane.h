@@ -17,6 +17,7 @@
 #include "image/image_support.h"
 #include "measurement/audio_bs1770.h"
 #include "measurement/audio_peak_level.h"
+#include "measurement/fft_filter.h"
 #include "platform/bitmap.h"
 #include "platform/buffer_alloc.h"
 #include "platform/global_memory.h"
