@@ -3,6 +3,8 @@
 #pragma once
 
 #include "audioparse/audio_support.h"
+#include "audioproc/audio_limiter.h"
+#include "audioproc/smpte302m.h"
 #include "core/audio_params.h"
 #include "core/bit_reader.h"
 #include "core/corvane_app.h"
