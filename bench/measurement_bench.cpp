@@ -1,12 +1,16 @@
-// Audio measurement beside libebur128: BS.1770 loudness on the same samples.
+// Audio measurement beside libebur128 on the same samples: BS.1770 loudness,
+// and the true peak meter, also beside the bare four-fold rate conversion
+// that is its floor.
 #include <benchmark/benchmark.h>
 #include <ebur128.h>
+#include <libresample.h>
 
 #include <cmath>
 #include <random>
 #include <vector>
 
 #include "measurement/audio_bs1770.h"
+#include "measurement/audio_peak_level.h"
 
 namespace {
 
@@ -59,5 +63,50 @@ BENCHMARK_CAPTURE(LoudnessOurs, ours, 2)->Name("bs1770.add_samples.stereo48k/our
 BENCHMARK_CAPTURE(LoudnessEbur128, libebur128, 2)->Name("bs1770.add_samples.stereo48k/libebur128");
 BENCHMARK_CAPTURE(LoudnessOurs, ours, 5)->Name("bs1770.add_samples.5ch48k/ours");
 BENCHMARK_CAPTURE(LoudnessEbur128, libebur128, 5)->Name("bs1770.add_samples.5ch48k/libebur128");
+
+void TruePeakOurs(benchmark::State& state) {
+  const auto planar = Programme(2);
+  NS_AudioMeasurement::CAudioPeakLevel meter(2, 48000, NS_AudioMeasurement::MEASUREMENT_TRUE_PEAK);
+  for (auto _ : state) meter.AddSamples(planar);
+  benchmark::DoNotOptimize(meter.GetPeakReading());
+  state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * kFrames));
+}
+
+void TruePeakEbur128(benchmark::State& state) {
+  const auto interleaved = Interleave(Programme(2));
+  ebur128_state* meter = ebur128_init(2, 48000, EBUR128_MODE_TRUE_PEAK);
+  for (auto _ : state) ebur128_add_frames_double(meter, interleaved.data(), kFrames);
+  double peak = 0.0;
+  ebur128_true_peak(meter, 0, &peak);
+  benchmark::DoNotOptimize(peak);
+  ebur128_destroy(&meter);
+  state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * kFrames));
+}
+
+// The floor of the true peak meter: the four-fold conversion alone, in the
+// meter's blocks of 100 ms, each the end of its input as the meter has it.
+void TruePeakResampleBound(benchmark::State& state) {
+  constexpr size_t kBlock = 4800;
+  const auto planar = Programme(2);
+  std::vector<std::vector<float>> input(2);
+  for (size_t c = 0; c < 2; ++c) input[c].assign(planar[c].begin(), planar[c].end());
+  void* handles[2] = {resample_open(1, 4.0, 4.0), resample_open(1, 4.0, 4.0)};
+  std::vector<float> output(4 * kBlock + 1);
+  for (auto _ : state) {
+    for (size_t begin = 0; begin < kFrames; begin += kBlock) {
+      for (size_t c = 0; c < 2; ++c) {
+        int used = 0;
+        benchmark::DoNotOptimize(resample_process(handles[c], 4.0, input[c].data() + begin, kBlock, 1, &used,
+                                                  output.data(), static_cast<int>(output.size())));
+      }
+    }
+  }
+  for (void* handle : handles) resample_close(handle);
+  state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * kFrames));
+}
+
+BENCHMARK(TruePeakOurs)->Name("true_peak.stereo48k/ours");
+BENCHMARK(TruePeakEbur128)->Name("true_peak.stereo48k/libebur128");
+BENCHMARK(TruePeakResampleBound)->Name("true_peak.stereo48k/bound.resample4x");
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include "measurement/peak_level_chromatec.h"
 #include "measurement/peak_level_ppm.h"
 #include "measurement/peak_level_simple.h"
+#include "measurement/peak_level_true_peak.h"
 #include "measurement/peak_level_vu.h"
 
 namespace NS_AudioMeasurement {
@@ -13,6 +14,7 @@ CAudioPeakLevelImpl* MakeMeter(unsigned channels, int samplingRate, AUDIO_MEAURE
   switch (type) {
     case MEASUREMENT_PPM_IIA: return new CPeakLevelPPMIIa(channels, samplingRate);
     case MEASUREMENT_VU: return new CPeakLevelVU(channels, samplingRate);
+    case MEASUREMENT_TRUE_PEAK: return new CPeakLevelTruePeak(channels, samplingRate);
     case MEASUREMENT_CHROMATEC: return new CPeakLevelChromaTec(channels, samplingRate);
     case MEASUREMENT_SIMPLE: return new CPeakLevelSimple(channels, samplingRate);
     default: return nullptr;

@@ -1,5 +1,6 @@
 #include "measurement/fft_filter.h"
 
+#include "audioparse/audio_support.h"
 #include "measurement/fft_filter_ex.h"
 
 namespace NS_AudioMeasurement {
@@ -35,6 +36,16 @@ int CFFTFilter::FlushFilter(std::vector<double>& output) { return impl->FlushFil
 void CFFTFilter::BuildTestFilter() {
   AddTestCurve(*impl);
   impl->BuildFilter(48000, 16384);
+}
+
+void CFFTFilter::TestFilter() {
+  CFFTFilterEx filter;
+  AddTestCurve(filter);
+  filter.BuildFilter(48000, 16384);
+  std::vector<double> tone;
+  CAudioSupport::CreateMonoTone(tone, 48000, 1.0, 0.0, 2000.0);
+  std::vector<double> output;
+  for (int i = 0; i < 100; ++i) filter.ProcessSamples(tone, output);
 }
 
 }  // namespace NS_AudioMeasurement

@@ -43,6 +43,9 @@ class CFFTFilter {
   // Builds the 49-point test curve at 48 kHz with N = 16,384.
   virtual void BuildTestFilter();
 
+  // Filters 100 seconds of a 2 kHz tone through the test curve.
+  static void TestFilter();
+
  private:
   CFFTFilterEx* impl;
 };

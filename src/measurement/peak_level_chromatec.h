@@ -17,6 +17,9 @@ class CPeakLevelChromaTec : public CAudioPeakLevelImpl {
   // The highest level since the last reset, in single precision.
   double GetPeakReading() override { return static_cast<float>(meter.MaxLevel()); }
   CString GetMeterName() override { return "Chromatec"; }
+  // Resets, then feeds ten one-second tones of 1 kHz at -22 dB (each followed
+  // by a second of near-silence) and gives the last reading.
+  double SelfTest() override;
 
  private:
   CChromatecMeter meter;

@@ -18,6 +18,11 @@ class CPeakLevelPPMIIa : public CAudioPeakLevelImpl {
   double GetPeakReading() override;
   CString GetMeterName() override { return "PPMIIa"; }
   double ConvertReadingToDB(double reading) override { return (reading - 8.5) * 4.0; }
+  // Sweeps the attack from 1.0 to 1.95 times its base over bursts of a 5 kHz
+  // tone at -10 dB of 1.5, 5, 10 and 100 ms, and gives the last reading. The
+  // meter keeps the last attack. A meter of fewer than two channels runs no
+  // test and gives its reading.
+  double SelfTest() override;
 
  private:
   // The attack factor for a time constant of 10 ms, before its gain.

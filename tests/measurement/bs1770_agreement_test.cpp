@@ -3,6 +3,7 @@
 
 #include "ebur128_oracle.h"
 #include "measurement/audio_bs1770.h"
+#include "measurement/audio_peak_level.h"
 #include "signals.h"
 
 namespace {
@@ -10,25 +11,30 @@ namespace {
 using namespace measurement_test;
 using NS_AudioMeasurement::CAudioBS1770;
 
-// The tolerance the issue and EBU Tech 3341 allow for integrated loudness.
+// The tolerances that EBU Tech 3341 allows: 0.1 LU for loudness; for true
+// peak +0.2/-0.4 dB, of which both meters' interpolators use a part.
 constexpr double kLoudnessTolerance = 0.1;
+constexpr double kTruePeakTolerance = 0.3;
 
 struct Readings {
-  double integrated, momentaryMax, shortTermMax;
+  double integrated, momentaryMax, shortTermMax, truePeak;
 };
 
 Readings Ours(const Block& programme) {
-  CAudioBS1770 meter(static_cast<unsigned>(programme.size()), 48000, {400, 75, 0, -10.0, -70.0});
+  const unsigned channels = static_cast<unsigned>(programme.size());
+  CAudioBS1770 meter(channels, 48000, {400, 75, 0, -10.0, -70.0});
   meter.AddSamples(programme);
+  NS_AudioMeasurement::CAudioPeakLevel truePeak(channels, 48000, NS_AudioMeasurement::MEASUREMENT_TRUE_PEAK);
+  truePeak.AddSamples(programme);
   return {meter.GetLoudness(NS_AudioMeasurement::LOUDNESS_GATED),
           meter.GetLoudness(NS_AudioMeasurement::LOUDNESS_MOMENTARY),
-          meter.GetLoudness(NS_AudioMeasurement::LOUDNESS_SHORT_TERM)};
+          meter.GetLoudness(NS_AudioMeasurement::LOUDNESS_SHORT_TERM), truePeak.GetPeakReading()};
 }
 
 Readings Theirs(const Block& programme) {
-  Ebur128Oracle oracle(static_cast<unsigned>(programme.size()), EBUR128_MODE_I | EBUR128_MODE_S);
+  Ebur128Oracle oracle(static_cast<unsigned>(programme.size()), EBUR128_MODE_I | EBUR128_MODE_S | EBUR128_MODE_TRUE_PEAK);
   oracle.Add(programme);
-  return {oracle.Integrated(), oracle.MomentaryMax(), oracle.ShortTermMax()};
+  return {oracle.Integrated(), oracle.MomentaryMax(), oracle.ShortTermMax(), oracle.TruePeakDb()};
 }
 
 std::vector<double> Tone(double seconds, double dbfs) {
@@ -44,6 +50,7 @@ TEST(BS1770AgreementTest, SteadyStereoTones) {
     EXPECT_NEAR(ours.integrated, theirs.integrated, kLoudnessTolerance) << level;
     EXPECT_NEAR(ours.momentaryMax, theirs.momentaryMax, kLoudnessTolerance) << level;
     EXPECT_NEAR(ours.shortTermMax, theirs.shortTermMax, kLoudnessTolerance) << level;
+    EXPECT_NEAR(ours.truePeak, theirs.truePeak, kTruePeakTolerance) << level;
   }
 }
 
@@ -54,11 +61,15 @@ TEST(BS1770AgreementTest, GatedSequenceOfMinus36Minus23Minus36) {
   EXPECT_NEAR(ours.integrated, -23.0, kLoudnessTolerance);
   EXPECT_NEAR(ours.integrated, theirs.integrated, kLoudnessTolerance);
   EXPECT_NEAR(ours.shortTermMax, theirs.shortTermMax, kLoudnessTolerance);
+  EXPECT_NEAR(ours.truePeak, theirs.truePeak, kTruePeakTolerance);
 }
 
 TEST(BS1770AgreementTest, PinkNoiseStereoAndFiveChannels) {
   const Block stereo{PinkNoise(20 * 48000, 0.05, 31), PinkNoise(20 * 48000, 0.05, 32)};
-  EXPECT_NEAR(Ours(stereo).integrated, Theirs(stereo).integrated, kLoudnessTolerance);
+  const Readings ours = Ours(stereo);
+  const Readings theirs = Theirs(stereo);
+  EXPECT_NEAR(ours.integrated, theirs.integrated, kLoudnessTolerance);
+  EXPECT_NEAR(ours.truePeak, theirs.truePeak, kTruePeakTolerance);
 
   Block surround;
   for (uint32_t c = 0; c < 5; ++c) surround.push_back(PinkNoise(15 * 48000, 0.02 * (c + 1), 40 + c));

@@ -64,4 +64,10 @@ TEST(ChromatecTest, TheReadingIsAMaximumUntilReset) {
   EXPECT_EQ(meter.Process(Block{std::vector<double>(kHop - 1, 0.5)}), -INFINITY);
 }
 
+TEST(ChromatecTest, SelfTestReadsTheTonesLevel) {
+  // Ten one-second tones at -22 dB in both channels, each followed by a second
+  // of near-silence: the stereo mix has the RMS of the tone's amplitude.
+  EXPECT_NEAR(CAudioPeakLevel::TestPeakLevel(MEASUREMENT_CHROMATEC), -22.1, 0.3);
+}
+
 }  // namespace

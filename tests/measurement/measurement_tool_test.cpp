@@ -70,6 +70,7 @@ TEST(MeasurementToolTest, LoudnessJsonOfAStereoTone) {
   EXPECT_NEAR(JsonValue(result.output, "momentary_max_lkfs"), meter.GetLoudness(0), 0.006);
   EXPECT_NEAR(JsonValue(result.output, "short_term_max_lkfs"), meter.GetLoudness(1), 0.006);
   EXPECT_NEAR(JsonValue(result.output, "sample_peak_db"), -23.0, 0.006);
+  EXPECT_NEAR(JsonValue(result.output, "true_peak_db"), -23.0, 0.3);  // the tone's crests, oversampled
   EXPECT_NEAR(JsonValue(result.output, "vu_db"), -23.0, 0.05);  // a sine reads close to its peak
   EXPECT_EQ(JsonValue(result.output, "sample_rate"), 48000);
   EXPECT_EQ(JsonValue(result.output, "channels"), 2);
@@ -125,6 +126,18 @@ TEST(MeasurementToolTest, MeterHistory) {
   EXPECT_NE(result.output.find("meter    Simple\nreading  -6.02 (-6.02 dB)\n"), std::string::npos) << result.output;
   EXPECT_NE(result.output.find("4 points"), std::string::npos);
   EXPECT_NE(result.output.find("     0.500    -6.0\n     1.000   -26.0\n"), std::string::npos) << result.output;
+}
+
+TEST(MeasurementToolTest, SelfTestPrintsEveryTest) {
+  TempFolder folder;
+  const ProcessResult result = Tool(folder, "selftest");
+  ASSERT_EQ(result.exitStatus, 0) << result.output;
+  for (const char* name : {"PPMIIa", "VU", "True Peak", "Chromatec", "Simple"}) {
+    EXPECT_NE(result.output.find(std::string("TestPeakLevel ") + name), std::string::npos) << name;
+  }
+  EXPECT_NE(result.output.find("Chromatec   -22.10"), std::string::npos) << result.output;
+  EXPECT_NE(result.output.find("TestCAudioBS1770"), std::string::npos);
+  EXPECT_NE(result.output.find("TestFilter"), std::string::npos);
 }
 
 TEST(MeasurementToolTest, FilesThatCannotBeMeasured) {

@@ -193,9 +193,27 @@ TEST(PeakLevelTest, RandomPiecesGiveTheSameHistoryAsOneBlock) {
   }
 }
 
-TEST(PeakLevelTest, SelfTestsOfMetersWithoutOne) {
+TEST(PeakLevelTest, SelfTests) {
   EXPECT_EQ(CAudioPeakLevel::TestPeakLevel(MEASUREMENT_SIMPLE), 0.0);
   EXPECT_EQ(CAudioPeakLevel::TestPeakLevel(MEASUREMENT_VU), 0.0);
+  // The last pass holds the highest envelope of four bursts of a -10 dB tone,
+  // the longest of 100 ms: with the slowest attack of the sweep the envelope
+  // settles a little below the crests.
+  CAudioPeakLevel ppm(2, 48000, MEASUREMENT_PPM_IIA);
+  const double marks = ppm.SelfTest();
+  EXPECT_GT(ppm.ConvertReadingToDB(marks), -12.0);
+  EXPECT_LT(ppm.ConvertReadingToDB(marks), -10.0);
+  EXPECT_EQ(CAudioPeakLevel::TestPeakLevel(MEASUREMENT_PPM_IIA), marks);
+  // The meter keeps the sweep's last attack, 1.95 of its base instead of 4.2:
+  // a click now raises the envelope by that much less.
+  // Ten seconds of silence first let the sweep's envelope fall by 100 dB.
+  std::vector<double> clickAfterSilence(10 * 48000 + 4800, 0.0);
+  clickAfterSilence[10 * 48000] = 1.0;
+  ppm.AddSamples(Copies(clickAfterSilence, 2));
+  const double base = 1.0 - std::exp(-1.0 / 480.0);
+  const std::vector<short> history = History(ppm);
+  ASSERT_EQ(history.size(), 101u);
+  EXPECT_NEAR(history.back() / 10.0, 20.0 * std::log10(1.95 * base), 0.15);  // tenths, truncated
 }
 
 }  // namespace

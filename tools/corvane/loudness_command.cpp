@@ -104,7 +104,7 @@ const bool registered = RegisterCommand({
     "\n"
     "Measures an audio file that libsndfile reads (WAV, FLAC, AIFF, ...): the gated\n"
     "(integrated) loudness, the highest momentary and short-term loudness, the sample\n"
-    "peak and the readings of the PPM type IIa, VU and Chromatec meters. Up to five channels are\n"
+    "peak, the true peak and the readings of the PPM type IIa, VU and Chromatec meters. Up to five channels are\n"
     "taken as L, R, C, Ls, Rs; six as 5.1 (L, R, C, LFE, Ls, Rs) with the LFE left\n"
     "out of the loudness. The filter and windows are those of 48 kHz.\n"
     "\n"

@@ -121,6 +121,7 @@ LoudnessAnalysis::LoudnessAnalysis(int channels, int rate, const LoudnessSetting
   if (channels == 6) lfe_ = std::make_unique<CAudioBS1770>(1, rate, parameters);
   const unsigned all = static_cast<unsigned>(channels);
   peak_ = std::make_unique<CAudioPeakLevel>(all, rate, NS_AudioMeasurement::MEASUREMENT_SIMPLE);
+  truePeak_ = std::make_unique<CAudioPeakLevel>(all, rate, NS_AudioMeasurement::MEASUREMENT_TRUE_PEAK);
   ppm_ = std::make_unique<CAudioPeakLevel>(all, rate, NS_AudioMeasurement::MEASUREMENT_PPM_IIA);
   vu_ = std::make_unique<CAudioPeakLevel>(all, rate, NS_AudioMeasurement::MEASUREMENT_VU);
   chromatec_ = std::make_unique<CAudioPeakLevel>(all, rate, NS_AudioMeasurement::MEASUREMENT_CHROMATEC);
@@ -140,6 +141,7 @@ void LoudnessAnalysis::Add(const std::vector<std::vector<double>>& block) {
     loudness_->AddSamples(block);
   }
   peak_->AddSamples(block);
+  truePeak_->AddSamples(block);
   ppm_->AddSamples(block);
   vu_->AddSamples(block);
   chromatec_->AddSamples(block);
@@ -156,6 +158,7 @@ LoudnessFigures LoudnessAnalysis::Figures(const std::string& source) const {
   figures.shortTermMax = loudness_->GetLoudness(NS_AudioMeasurement::LOUDNESS_SHORT_TERM);
   figures.samplePeak = loudness_->GetPeak();
   if (lfe_ != nullptr) figures.samplePeak = std::max(figures.samplePeak, lfe_->GetPeak());
+  figures.truePeak = truePeak_->GetPeakReading();
   figures.ppm = ppm_->GetPeakReading();
   figures.ppmDb = ppm_->ConvertReadingToDB(figures.ppm);
   figures.vuDb = vu_->GetPeakReading();
@@ -236,6 +239,7 @@ std::string FormatReport(const LoudnessFigures& f) {
   text += Format("momentary max      %.1f LKFS\n", f.momentaryMax);
   text += Format("short-term max     %.1f LKFS\n", f.shortTermMax);
   text += Format("sample peak        %.1f dBFS\n", f.samplePeak);
+  text += Format("true peak          %.1f dBTP\n", f.truePeak);
   text += Format("PPM type IIa       %.2f (%.1f dB)\n", f.ppm, f.ppmDb);
   text += Format("VU                 %.1f dB\n", f.vuDb);
   text += Format("Chromatec          %.1f dB\n", f.chromatecDb);
@@ -248,6 +252,7 @@ std::string FormatJson(const LoudnessFigures& f) {
       {"momentary_max_lkfs", JsonNumber(f.momentaryMax)},
       {"short_term_max_lkfs", JsonNumber(f.shortTermMax)},
       {"sample_peak_db", JsonNumber(f.samplePeak)},
+      {"true_peak_db", JsonNumber(f.truePeak)},
       {"ppm", JsonNumber(f.ppm)},
       {"vu_db", JsonNumber(f.vuDb)},
       {"chromatec_db", JsonNumber(f.chromatecDb)},

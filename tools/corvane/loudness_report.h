@@ -28,6 +28,7 @@ struct LoudnessFigures {
   double momentaryMax = 0.0;  // LKFS
   double shortTermMax = 0.0;  // LKFS
   double samplePeak = 0.0;    // dB
+  double truePeak = 0.0;      // dB
   double ppm = 0.0;           // PPM marks
   double ppmDb = 0.0;
   double vuDb = 0.0;
@@ -58,6 +59,7 @@ class LoudnessAnalysis {
   std::unique_ptr<NS_AudioMeasurement::CAudioBS1770> loudness_;
   std::unique_ptr<NS_AudioMeasurement::CAudioBS1770> lfe_;  // its peak only
   std::unique_ptr<NS_AudioMeasurement::CAudioPeakLevel> peak_;
+  std::unique_ptr<NS_AudioMeasurement::CAudioPeakLevel> truePeak_;
   std::unique_ptr<NS_AudioMeasurement::CAudioPeakLevel> ppm_;
   std::unique_ptr<NS_AudioMeasurement::CAudioPeakLevel> vu_;
   std::unique_ptr<NS_AudioMeasurement::CAudioPeakLevel> chromatec_;

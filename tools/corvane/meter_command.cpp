@@ -19,11 +19,12 @@ AUDIO_MEAUREMENT_TYPE MeterType(const std::string& name) {
   static const std::map<std::string, AUDIO_MEAUREMENT_TYPE> types = {
       {"ppm", NS_AudioMeasurement::MEASUREMENT_PPM_IIA},
       {"vu", NS_AudioMeasurement::MEASUREMENT_VU},
+      {"truepeak", NS_AudioMeasurement::MEASUREMENT_TRUE_PEAK},
       {"chromatec", NS_AudioMeasurement::MEASUREMENT_CHROMATEC},
       {"simple", NS_AudioMeasurement::MEASUREMENT_SIMPLE},
   };
   const auto it = types.find(name);
-  if (it == types.end()) throw ToolError("--type takes ppm, vu, chromatec or simple, not '" + name + "'");
+  if (it == types.end()) throw ToolError("--type takes ppm, vu, truepeak, chromatec or simple, not '" + name + "'");
   return it->second;
 }
 
@@ -65,16 +66,16 @@ int RunMeter(const std::vector<std::string>& arguments) {
 
 const bool registered = RegisterCommand({
     "meter",
-    "run one level meter (PPM, VU, Chromatec, simple) over an audio file",
-    "usage: corvane meter --type ppm|vu|chromatec|simple FILE [--history MS]\n"
+    "run one level meter (PPM, VU, true peak, Chromatec, simple) over an audio file",
+    "usage: corvane meter --type ppm|vu|truepeak|chromatec|simple FILE [--history MS]\n"
     "\n"
     "Runs one of the library's level meters over an audio file that libsndfile\n"
     "reads and prints its overall reading (the PPM reads in marks, shown with\n"
     "their dB). The meters measure whole blocks of 100 ms; a shorter last block\n"
     "is not measured.\n"
     "\n"
-    "  --type NAME   ppm (type IIa), vu, chromatec (weighted, 48 kHz constants),\n"
-    "                simple (sample peak)\n"
+    "  --type NAME   ppm (type IIa), vu, truepeak (4x oversampled), chromatec\n"
+    "                (weighted, 48 kHz constants) or simple (sample peak)\n"
     "  --history MS  also print the level history, one point per MS milliseconds:\n"
     "                the highest 100 ms block level in the point's span\n",
     RunMeter,
