@@ -6,8 +6,7 @@
 
 namespace NS_AudioMeasurement {
 
-CAudioBS1770::CAudioBS1770(unsigned int channels, int samplingRate,
-                           CAudioStreamParameters::CLKFSParameters parameters)
+CAudioBS1770::CAudioBS1770(unsigned int channels, int samplingRate, CAudioStreamParameters::CLKFSParameters parameters)
     : impl(new CAudioBS1770Impl(channels, samplingRate, parameters)) {}
 
 CAudioBS1770::~CAudioBS1770() { delete impl; }

@@ -15,10 +15,10 @@ constexpr BiquadCoefficients kHighPass = {-1.99004745483398, 0.99007225036621, 1
 // L, R, C, Ls, Rs. The surround weight is 1.41, not 1.413.
 constexpr double kChannelWeights[CAudioBS1770Impl::kMaxChannels] = {1.0, 1.0, 1.0, 1.41, 1.41};
 
-constexpr double kNoWindow = -128.0;   // no window was evaluated
+constexpr double kNoWindow = -128.0;      // no window was evaluated
 constexpr double kNothingGated = -120.0;  // no value passed the gate, or no peak
-constexpr double kNoGate = 100.0;      // a gate level that picks every value
-constexpr size_t kInitialBlocks = 3000;  // one minute of sub-blocks
+constexpr double kNoGate = 100.0;         // a gate level that picks every value
+constexpr size_t kInitialBlocks = 3000;   // one minute of sub-blocks
 
 double LoudnessOf(double meanSquare) { return 10.0 * std::log10(meanSquare) - 0.691; }
 
@@ -53,9 +53,8 @@ void ClearNegligibleMemory(BiquadState& state) {
 // Runs `count` samples through both K-weighting stages of one channel and
 // adds them to one sub-block. Everything lives in locals so that the loop
 // keeps its state in registers.
-void KWeightRun(const double* input, size_t count, const BiquadCoefficients& shelf,
-                const BiquadCoefficients& highPass, BiquadState& shelfState, BiquadState& highPassState,
-                LoudnessBlock& block) {
+void KWeightRun(const double* input, size_t count, const BiquadCoefficients& shelf, const BiquadCoefficients& highPass,
+                BiquadState& shelfState, BiquadState& highPassState, LoudnessBlock& block) {
   const BiquadCoefficients s = shelf;
   const BiquadCoefficients h = highPass;
   BiquadState a = shelfState;
@@ -123,8 +122,7 @@ class CAudioBS1770Impl::WindowSums {
   std::vector<uint32_t> counts_;
 };
 
-CAudioBS1770Impl::CAudioBS1770Impl(unsigned channelCount, int rate,
-                                   CAudioStreamParameters::CLKFSParameters settings)
+CAudioBS1770Impl::CAudioBS1770Impl(unsigned channelCount, int rate, CAudioStreamParameters::CLKFSParameters settings)
     : shelf(kShelf),
       highPass(kHighPass),
       channels(std::min(channelCount, kMaxChannels)),
@@ -171,9 +169,15 @@ double CAudioBS1770Impl::GetLoudness(int mode) const {
   int64_t window = 0;
   int64_t hop = 1;
   switch (mode) {
-    case LOUDNESS_MOMENTARY: window = 20; break;
-    case LOUDNESS_SHORT_TERM: window = 150; break;
-    case LOUDNESS_BLOCKWISE: window = 1; break;
+    case LOUDNESS_MOMENTARY:
+      window = 20;
+      break;
+    case LOUDNESS_SHORT_TERM:
+      window = 150;
+      break;
+    case LOUDNESS_BLOCKWISE:
+      window = 1;
+      break;
     case LOUDNESS_GATED: {
       window = parameters.gatingBlockMilliseconds / 20;
       const int64_t overlap = (parameters.gatingOverlapPercent * window) / 100;
@@ -181,7 +185,8 @@ double CAudioBS1770Impl::GetLoudness(int mode) const {
       if (window <= 0) window = n;
       break;
     }
-    default: return kNoWindow;
+    default:
+      return kNoWindow;
   }
   const bool slidingMaximum = mode == LOUDNESS_MOMENTARY || mode == LOUDNESS_SHORT_TERM;
   double best = kNoWindow;
@@ -203,10 +208,14 @@ double CAudioBS1770Impl::GetLoudness(int mode) const {
 
 double CAudioBS1770Impl::GetMeasuredLoudness() const {
   switch (parameters.measureMilliseconds) {
-    case 400: return GetLoudness(LOUDNESS_MOMENTARY);
-    case 3000: return GetLoudness(LOUDNESS_SHORT_TERM);
-    case 10000: return GetLoudness(LOUDNESS_BLOCKWISE);
-    default: return GetLoudness(LOUDNESS_GATED);
+    case 400:
+      return GetLoudness(LOUDNESS_MOMENTARY);
+    case 3000:
+      return GetLoudness(LOUDNESS_SHORT_TERM);
+    case 10000:
+      return GetLoudness(LOUDNESS_BLOCKWISE);
+    default:
+      return GetLoudness(LOUDNESS_GATED);
   }
 }
 
@@ -224,19 +233,27 @@ void CAudioBS1770Impl::CopyChannelBlocks(unsigned targetChannel, unsigned source
 }
 
 // Unlike GetLoudness, a range evaluates the first window that fits.
-double CAudioBS1770Impl::RangeLoudness(const WindowSums& sums, int mode, int64_t position,
-                                       int stepMilliseconds) const {
+double CAudioBS1770Impl::RangeLoudness(const WindowSums& sums, int mode, int64_t position, int stepMilliseconds) const {
   const int64_t n = sums.Count();
   const int64_t first = position / 20;
   const int64_t length = stepMilliseconds / 20;
   const int64_t end = std::min(first + length, n);
   int64_t window = 0;
   switch (mode) {
-    case LOUDNESS_MOMENTARY: window = 20; break;
-    case LOUDNESS_SHORT_TERM: window = 150; break;
-    case LOUDNESS_BLOCKWISE: window = 500; break;
-    case LOUDNESS_GATED: window = length == 0 ? n : length; break;
-    default: return kNoWindow;
+    case LOUDNESS_MOMENTARY:
+      window = 20;
+      break;
+    case LOUDNESS_SHORT_TERM:
+      window = 150;
+      break;
+    case LOUDNESS_BLOCKWISE:
+      window = 500;
+      break;
+    case LOUDNESS_GATED:
+      window = length == 0 ? n : length;
+      break;
+    default:
+      return kNoWindow;
   }
   double best = kNoWindow;
   double z = 0.0;

@@ -12,12 +12,18 @@ namespace {
 
 CAudioPeakLevelImpl* MakeMeter(unsigned channels, int samplingRate, AUDIO_MEAUREMENT_TYPE type) {
   switch (type) {
-    case MEASUREMENT_PPM_IIA: return new CPeakLevelPPMIIa(channels, samplingRate);
-    case MEASUREMENT_VU: return new CPeakLevelVU(channels, samplingRate);
-    case MEASUREMENT_TRUE_PEAK: return new CPeakLevelTruePeak(channels, samplingRate);
-    case MEASUREMENT_CHROMATEC: return new CPeakLevelChromaTec(channels, samplingRate);
-    case MEASUREMENT_SIMPLE: return new CPeakLevelSimple(channels, samplingRate);
-    default: return nullptr;
+    case MEASUREMENT_PPM_IIA:
+      return new CPeakLevelPPMIIa(channels, samplingRate);
+    case MEASUREMENT_VU:
+      return new CPeakLevelVU(channels, samplingRate);
+    case MEASUREMENT_TRUE_PEAK:
+      return new CPeakLevelTruePeak(channels, samplingRate);
+    case MEASUREMENT_CHROMATEC:
+      return new CPeakLevelChromaTec(channels, samplingRate);
+    case MEASUREMENT_SIMPLE:
+      return new CPeakLevelSimple(channels, samplingRate);
+    default:
+      return nullptr;
   }
 }
 

@@ -6,12 +6,12 @@
 namespace NS_AudioMeasurement {
 
 const CFilterPoint kTestFilterCurve[49] = {
-    {100, -7},  {125, -7},  {160, -1},  {200, 3},   {250, 3},   {300, 4},   {315, 5},    {350, 6},    {400, 4.5},
-    {450, 4},   {500, 3.5}, {600, 4.1}, {700, 4.5}, {800, 2},   {900, 0},   {1000, 0},   {1100, 2},   {1200, 3},
-    {1300, 4},  {1400, 4.5}, {1500, 4.5}, {1600, 4}, {1700, 3.5}, {1800, 3}, {1900, 3},  {2000, 3},    {2100, 3.5},
-    {2200, 4},  {2300, 5},  {2400, 6},  {2500, 7},  {2600, 8},  {2700, 8.5}, {2800, 9},  {2900, 10},   {3000, 10},
-    {3100, 10}, {3200, 10}, {3300, 9},  {3400, 9},  {3500, 8},  {3600, 9},  {3700, 9},   {3800, 9},   {3900, 9},
-    {4000, 9},  {5000, 9},  {10000, 0}, {12000, -3},
+    {100, -7},  {125, -7},   {160, -1},   {200, 3},    {250, 3},    {300, 4},    {315, 5},  {350, 6},   {400, 4.5},
+    {450, 4},   {500, 3.5},  {600, 4.1},  {700, 4.5},  {800, 2},    {900, 0},    {1000, 0}, {1100, 2},  {1200, 3},
+    {1300, 4},  {1400, 4.5}, {1500, 4.5}, {1600, 4},   {1700, 3.5}, {1800, 3},   {1900, 3}, {2000, 3},  {2100, 3.5},
+    {2200, 4},  {2300, 5},   {2400, 6},   {2500, 7},   {2600, 8},   {2700, 8.5}, {2800, 9}, {2900, 10}, {3000, 10},
+    {3100, 10}, {3200, 10},  {3300, 9},   {3400, 9},   {3500, 8},   {3600, 9},   {3700, 9}, {3800, 9},  {3900, 9},
+    {4000, 9},  {5000, 9},   {10000, 0},  {12000, -3},
 };
 
 namespace {
@@ -94,9 +94,12 @@ void CFFTFilterEx::BuildFilter(int rate, int size) {
   tailLength = size / 4;
   const int order = Log2Exact(size);
   if (order > 0) fftOrder = order;
-  if (points.front().frequency > kLowestFrequency) points.insert(points.begin(), {kLowestFrequency, points.front().gain});
+  if (points.front().frequency > kLowestFrequency) {
+    points.insert(points.begin(), {kLowestFrequency, points.front().gain});
+  }
   // The curve is carried on to the sampling rate itself, not only to half of it.
-  if (static_cast<double>(rate) > points.back().frequency) points.push_back({static_cast<double>(rate), points.back().gain});
+  const double rateAsFrequency = rate;
+  if (rateAsFrequency > points.back().frequency) points.push_back({rateAsFrequency, points.back().gain});
 
   const double binWidth = static_cast<double>(rate) / size;
   for (int k = 0; k < size / 2; ++k) {

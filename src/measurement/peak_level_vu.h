@@ -23,9 +23,9 @@ class CPeakLevelVU : public CAudioPeakLevelImpl {
 
   // The boxcar of one channel.
   struct CVUChannel {
-    uint32_t count = 0;  // samples in the current sub-block
+    uint32_t count = 0;                                                  // samples in the current sub-block
     std::vector<double> sums = std::vector<double>(kMaxSubBlocks, 0.0);  // newest at subBlockCount - 1
-    double sum = 0.0;    // sum of |sample| in the current sub-block
+    double sum = 0.0;                                                    // sum of |sample| in the current sub-block
   };
 
   // Closes the current sub-block of `record`; the result is the mean over the window.

@@ -122,7 +122,7 @@ TEST(CAudioBS1770Test, GatedLoudnessNeedsAWindowPlusAHop) {
   meter.AddSamples(MonoTone(24 * kSubBlock, amplitude));
   EXPECT_EQ(meter.GetLoudness(2), -120.0);
   meter.AddSamples(MonoTone(kSubBlock, amplitude));  // a sub-block holds whole periods: the phase runs on
-  EXPECT_NEAR(meter.GetLoudness(2), -23.0, 0.01);  // steady state, onset transient far behind
+  EXPECT_NEAR(meter.GetLoudness(2), -23.0, 0.01);    // steady state, onset transient far behind
 
   // Gating blocks of 1 to 19 ms round to no window at all.
   CAudioBS1770 shortBlocks(1, 48000, {19, 0, 0, -10.0, -70.0});

@@ -32,7 +32,8 @@ Readings Ours(const Block& programme) {
 }
 
 Readings Theirs(const Block& programme) {
-  Ebur128Oracle oracle(static_cast<unsigned>(programme.size()), EBUR128_MODE_I | EBUR128_MODE_S | EBUR128_MODE_TRUE_PEAK);
+  Ebur128Oracle oracle(static_cast<unsigned>(programme.size()),
+                       EBUR128_MODE_I | EBUR128_MODE_S | EBUR128_MODE_TRUE_PEAK);
   oracle.Add(programme);
   return {oracle.Integrated(), oracle.MomentaryMax(), oracle.ShortTermMax(), oracle.TruePeakDb()};
 }

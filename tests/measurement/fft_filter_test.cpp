@@ -20,7 +20,8 @@ constexpr int kHop = 12288;
 
 CFFTFilterEx TestCurveFilter() {
   CFFTFilterEx filter;
-  for (const CFilterPoint& point : NS_AudioMeasurement::kTestFilterCurve) filter.AddFilterPoint(point.frequency, point.gain);
+  for (const CFilterPoint& point : NS_AudioMeasurement::kTestFilterCurve)
+    filter.AddFilterPoint(point.frequency, point.gain);
   filter.BuildFilter(48000, kSize);
   return filter;
 }
@@ -34,14 +35,14 @@ TEST(CFFTFilterTest, ResponseFollowsTheInterpolationFormulaAtChosenBins) {
   // Bin k lies at k·48000/16384 Hz; the gains were worked out from the points
   // around it: g0 + log10(max(1, f - f0)) / max(0.1, log10(f1 - f0)) · (g1 - g0).
   const std::pair<size_t, double> bins[] = {
-      {1, -7.0},                   // below the first point: the inserted point at 0.001 Hz repeats its gain
-      {60, 1.9915019569413372},    // 175.78 Hz between 160 (-1) and 200 (3)
-      {290, 0.3044362443558928},   // 849.61 Hz between 800 (2) and 900 (0)
-      {512, 4.5},                  // exactly on the point at 1500 Hz
-      {683, 3.0},                  // 2000.98 Hz: within a hertz of 2000, the gain stays
-      {700, 3.4264258467487467},   // 2050.78 Hz between 2000 (3) and 2100 (3.5)
-      {3584, -2.4528435135832245}, // 10500 Hz between 10000 (0) and 12000 (-3)
-      {8192, -3.0},                // Nyquist: the appended point at 48000 Hz repeats -3
+      {1, -7.0},                    // below the first point: the inserted point at 0.001 Hz repeats its gain
+      {60, 1.9915019569413372},     // 175.78 Hz between 160 (-1) and 200 (3)
+      {290, 0.3044362443558928},    // 849.61 Hz between 800 (2) and 900 (0)
+      {512, 4.5},                   // exactly on the point at 1500 Hz
+      {683, 3.0},                   // 2000.98 Hz: within a hertz of 2000, the gain stays
+      {700, 3.4264258467487467},    // 2050.78 Hz between 2000 (3) and 2100 (3.5)
+      {3584, -2.4528435135832245},  // 10500 Hz between 10000 (0) and 12000 (-3)
+      {8192, -3.0},                 // Nyquist: the appended point at 48000 Hz repeats -3
   };
   for (const auto& [bin, db] : bins) {
     EXPECT_NEAR(BinGainDb(filter, bin), db, 1e-12) << bin;  // a power and a logarithm apart
@@ -117,8 +118,8 @@ TEST(CFFTFilterTest, ZerosAfterASignalDecay) {
 
 TEST(CFFTFilterTest, TonesComeOutWithTheCurvesGain) {
   // Tones on points of the curve, and one between two (10.5 kHz: -2.4528 dB).
-  const std::pair<double, double> tones[] = {{1000.0, 0.0}, {2000.0, 3.0}, {3000.0, 10.0}, {5000.0, 9.0},
-                                             {10500.0, -2.4528435135832245}};
+  const std::pair<double, double> tones[] = {
+      {1000.0, 0.0}, {2000.0, 3.0}, {3000.0, 10.0}, {5000.0, 9.0}, {10500.0, -2.4528435135832245}};
   for (const auto& [frequency, db] : tones) {
     CFFTFilterEx filter = TestCurveFilter();
     std::vector<double> output;

@@ -71,7 +71,7 @@ TEST(MeasurementToolTest, LoudnessJsonOfAStereoTone) {
   EXPECT_NEAR(JsonValue(result.output, "short_term_max_lkfs"), meter.GetLoudness(1), 0.006);
   EXPECT_NEAR(JsonValue(result.output, "sample_peak_db"), -23.0, 0.006);
   EXPECT_NEAR(JsonValue(result.output, "true_peak_db"), -23.0, 0.3);  // the tone's crests, oversampled
-  EXPECT_NEAR(JsonValue(result.output, "vu_db"), -23.0, 0.05);  // a sine reads close to its peak
+  EXPECT_NEAR(JsonValue(result.output, "vu_db"), -23.0, 0.05);        // a sine reads close to its peak
   EXPECT_EQ(JsonValue(result.output, "sample_rate"), 48000);
   EXPECT_EQ(JsonValue(result.output, "channels"), 2);
   EXPECT_EQ(JsonValue(result.output, "duration_seconds"), 10.0);
@@ -156,6 +156,11 @@ TEST(MeasurementToolTest, FilesThatCannotBeMeasured) {
   result = Tool(folder, "loudness '" + wide + "'");
   EXPECT_EQ(result.exitStatus, 1);
   EXPECT_NE(result.output.find(wide + ": loudness is measured on 1 to 6 channels"), std::string::npos) << result.output;
+
+  const std::string slow = WriteWav(folder, "slow.wav", Block{std::vector<double>(800, 0.1)}, 800);
+  result = Tool(folder, "meter --type ppm '" + slow + "'");
+  EXPECT_EQ(result.exitStatus, 1);
+  EXPECT_NE(result.output.find(slow + ": a sampling rate of 800 Hz is too low"), std::string::npos) << result.output;
 
   result = Tool(folder, "loudness '" + folder.Path() + "/missing.wav'");
   EXPECT_EQ(result.exitStatus, 1);

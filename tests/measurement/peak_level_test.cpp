@@ -1,9 +1,8 @@
-#include "measurement/audio_peak_level.h"
-
 #include <gtest/gtest.h>
 
 #include <cmath>
 
+#include "measurement/audio_peak_level.h"
 #include "measurement/audio_peak_level_impl.h"
 #include "signals.h"
 
@@ -182,7 +181,8 @@ TEST(PeakLevelTest, LevelHistoryResampling) {
 }
 
 TEST(PeakLevelTest, RandomPiecesGiveTheSameHistoryAsOneBlock) {
-  const Block programme{PinkNoise(3 * 48000 + 77, 0.2, 5), Concat({Sine(48000, 0.7, 997.0), WhiteNoise(2 * 48000 + 77, 0.3, 6)})};
+  const Block programme{PinkNoise(3 * 48000 + 77, 0.2, 5),
+                        Concat({Sine(48000, 0.7, 997.0), WhiteNoise(2 * 48000 + 77, 0.3, 6)})};
   for (AUDIO_MEAUREMENT_TYPE type : kBlockMeters) {
     CAudioPeakLevel whole(2, 48000, type);
     CAudioPeakLevel pieces(2, 48000, type);

@@ -6,7 +6,6 @@
 #include <cstdio>
 
 #include "command.h"
-#include "progress.h"
 #include "sndfile_io.h"
 
 namespace corvane::tool {
@@ -17,7 +16,6 @@ using NS_AudioMeasurement::CAudioPeakLevel;
 using NS_AudioMeasurement::LoudnessPoint;
 
 constexpr int kLfeChannel = 3;  // in the 5.1 order of WAV files
-constexpr size_t kReadFrames = 48000;
 constexpr int kCurveStepMilliseconds = 100;
 constexpr size_t kMostPlotPoints = 3000;
 
@@ -39,11 +37,20 @@ std::string XmlEscaped(const std::string& text) {
   std::string out;
   for (char ch : text) {
     switch (ch) {
-      case '&': out += "&amp;"; break;
-      case '<': out += "&lt;"; break;
-      case '>': out += "&gt;"; break;
-      case '"': out += "&quot;"; break;
-      default: out += ch;
+      case '&':
+        out += "&amp;";
+        break;
+      case '<':
+        out += "&lt;";
+        break;
+      case '>':
+        out += "&gt;";
+        break;
+      case '"':
+        out += "&quot;";
+        break;
+      default:
+        out += ch;
     }
   }
   return out;
@@ -100,8 +107,9 @@ std::string Axes(const PlotFrame& frame) {
     svg += Format("<text x=\"%.1f\" y=\"%.1f\" text-anchor=\"middle\">%s</text>\n", frame.X(t),
                   frame.Y(frame.bottom) + 18, TimeLabel(t).c_str());
   }
-  svg += Format("<text x=\"16\" y=\"%.1f\" transform=\"rotate(-90 16 %.1f)\" text-anchor=\"middle\">LKFS / dBFS</text>\n",
-                frame.Y((frame.top + frame.bottom) / 2), frame.Y((frame.top + frame.bottom) / 2));
+  svg +=
+      Format("<text x=\"16\" y=\"%.1f\" transform=\"rotate(-90 16 %.1f)\" text-anchor=\"middle\">LKFS / dBFS</text>\n",
+             frame.Y((frame.top + frame.bottom) / 2), frame.Y((frame.top + frame.bottom) / 2));
   return svg;
 }
 
@@ -112,10 +120,8 @@ LoudnessAnalysis::LoudnessAnalysis(int channels, int rate, const LoudnessSetting
   if (channels < 1 || channels > 6) {
     throw ToolError(Format("loudness is measured on 1 to 6 channels (5.1 at most), not %d", channels));
   }
-  // The meters count their constants in samples at 48 kHz; below 1 kHz their blocks shrink to nothing.
-  if (rate < 1000) throw ToolError(Format("a sampling rate of %d Hz is too low to measure", rate));
   const CAudioStreamParameters::CLKFSParameters parameters = {settings.gateMilliseconds, settings.overlapPercent, 0,
-                                                               settings.relativeGate, settings.absoluteGate};
+                                                              settings.relativeGate, settings.absoluteGate};
   const unsigned loudnessChannels = channels == 6 ? 5 : static_cast<unsigned>(channels);
   loudness_ = std::make_unique<CAudioBS1770>(loudnessChannels, rate, parameters);
   if (channels == 6) lfe_ = std::make_unique<CAudioBS1770>(1, rate, parameters);
@@ -211,22 +217,24 @@ std::string LoudnessAnalysis::Plot(const LoudnessFigures& figures) const {
   return svg;
 }
 
+void CheckMeterRate(const SndFileReader& reader) {
+  constexpr int kLowestRate = 1000;
+  if (reader.Rate() < kLowestRate) {
+    throw ToolError(reader.Path() + Format(": a sampling rate of %d Hz is too low to measure", reader.Rate()));
+  }
+}
+
 std::unique_ptr<LoudnessAnalysis> AnalyseFile(const std::string& path, const LoudnessSettings& settings) {
   SndFileReader reader(path);
+  CheckMeterRate(reader);
   std::unique_ptr<LoudnessAnalysis> analysis;
   try {
     analysis = std::make_unique<LoudnessAnalysis>(reader.Channels(), reader.Rate(), settings);
   } catch (const ToolError& error) {
     throw ToolError(path + ": " + error.what());
   }
-  Progress progress("measuring " + path, static_cast<uint64_t>(reader.Frames()));
-  std::vector<std::vector<double>> block;
-  uint64_t done = 0;
-  while (const size_t count = reader.Read(kReadFrames, block)) {
-    analysis->Add(block);
-    done += count;
-    progress.Update(done);
-  }
+  FeedAllBlocks(reader, "measuring " + path,
+                [&](const std::vector<std::vector<double>>& block) { analysis->Add(block); });
   return analysis;
 }
 

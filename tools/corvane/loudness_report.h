@@ -65,6 +65,12 @@ class LoudnessAnalysis {
   std::unique_ptr<NS_AudioMeasurement::CAudioPeakLevel> chromatec_;
 };
 
+class SndFileReader;
+
+// Throws ToolError naming the file when its sampling rate is too low for the
+// level meters, whose 100 ms blocks and 10 ms sub-blocks count whole samples.
+void CheckMeterRate(const SndFileReader& reader);
+
 // Streams a whole file through a LoudnessAnalysis, with a progress line.
 // Throws ToolError for files that can't be measured.
 std::unique_ptr<LoudnessAnalysis> AnalyseFile(const std::string& path, const LoudnessSettings& settings);

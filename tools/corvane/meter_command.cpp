@@ -6,8 +6,8 @@
 
 #include "args.h"
 #include "command.h"
+#include "loudness_report.h"
 #include "measurement/audio_peak_level.h"
-#include "progress.h"
 #include "sndfile_io.h"
 
 namespace corvane::tool {
@@ -37,18 +37,10 @@ int RunMeter(const std::vector<std::string>& arguments) {
   const std::string& path = args.Positional()[0];
 
   SndFileReader reader(path);
-  if (reader.Rate() < 1000) throw ToolError(path + ": a sampling rate of " + std::to_string(reader.Rate()) + " Hz is too low to measure");
+  CheckMeterRate(reader);
   NS_AudioMeasurement::CAudioPeakLevel meter(static_cast<unsigned>(reader.Channels()), reader.Rate(), type);
-  {
-    Progress progress("metering " + path, static_cast<uint64_t>(reader.Frames()));
-    std::vector<std::vector<double>> block;
-    uint64_t done = 0;
-    while (const size_t count = reader.Read(48000, block)) {
-      meter.AddSamples(block);
-      done += count;
-      progress.Update(done);
-    }
-  }
+  FeedAllBlocks(reader, "metering " + path,
+                [&](const std::vector<std::vector<double>>& block) { meter.AddSamples(block); });
   const double reading = meter.GetPeakReading();
   std::printf("meter    %s\n", meter.GetMeterName().c_str());
   std::printf("reading  %.2f (%.2f dB)\n", reading, meter.ConvertReadingToDB(reading));

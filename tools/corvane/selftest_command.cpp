@@ -28,8 +28,8 @@ double Milliseconds(std::chrono::steady_clock::time_point start) {
 int RunSelfTest(const std::vector<std::string>& arguments) {
   const Args args(arguments, {});
   args.ExpectPositional(0, "no positional arguments");
-  for (AUDIO_MEAUREMENT_TYPE type : {MEASUREMENT_PPM_IIA, MEASUREMENT_VU, MEASUREMENT_TRUE_PEAK,
-                                     MEASUREMENT_CHROMATEC, MEASUREMENT_SIMPLE}) {
+  for (AUDIO_MEAUREMENT_TYPE type :
+       {MEASUREMENT_PPM_IIA, MEASUREMENT_VU, MEASUREMENT_TRUE_PEAK, MEASUREMENT_CHROMATEC, MEASUREMENT_SIMPLE}) {
     const auto start = std::chrono::steady_clock::now();
     const double result = CAudioPeakLevel::TestPeakLevel(type);
     const double took = Milliseconds(start);

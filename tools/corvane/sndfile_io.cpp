@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "command.h"
+#include "progress.h"
 
 namespace corvane::tool {
 
@@ -29,6 +30,19 @@ size_t SndFileReader::Read(size_t frames, std::vector<std::vector<double>>& bloc
     for (size_t i = 0; i < count; ++i) block[c][i] = interleaved_[i * channels + c];
   }
   return count;
+}
+
+void FeedAllBlocks(SndFileReader& reader, const std::string& label,
+                   const std::function<void(const std::vector<std::vector<double>>&)>& feed) {
+  constexpr size_t kBlockFrames = 48000;
+  Progress progress(label, static_cast<uint64_t>(reader.Frames()));
+  std::vector<std::vector<double>> block;
+  uint64_t done = 0;
+  while (const size_t count = reader.Read(kBlockFrames, block)) {
+    feed(block);
+    done += count;
+    progress.Update(done);
+  }
 }
 
 void WriteWav16(OutputFile& output, const std::vector<std::vector<double>>& channels, int rate) {

@@ -6,6 +6,7 @@
 #include <sndfile.h>
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -37,6 +38,11 @@ class SndFileReader {
   SNDFILE* file_ = nullptr;
   std::vector<double> interleaved_;
 };
+
+// Reads the whole file in blocks of one second or so and hands each to `feed`,
+// with a progress line labelled `label` on a terminal.
+void FeedAllBlocks(SndFileReader& reader, const std::string& label,
+                   const std::function<void(const std::vector<std::vector<double>>&)>& feed);
 
 // Writes planar samples as a 16-bit PCM WAV file into `output` (not committed).
 void WriteWav16(OutputFile& output, const std::vector<std::vector<double>>& channels, int rate);
