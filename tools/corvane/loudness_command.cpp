@@ -3,13 +3,15 @@
 // The demo step of the measurement subsystem lives here too.
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <random>
 
 #include "args.h"
+#include "audioparse/audio_support.h"
 #include "command.h"
 #include "loudness_report.h"
 #include "output_file.h"
-#include "sndfile_io.h"
+#include "sound_file.h"
 
 namespace corvane::tool {
 namespace {
@@ -82,9 +84,18 @@ void RunDemoStep(const std::string& folder) {
   const int rate = 48000;
   const std::string wav = folder + "/programme.wav";
   {
+    // The library's own 16-bit packing; the programme stays well below full scale.
+    const std::vector<std::vector<double>> programme = DemoProgramme(rate);
+    std::vector<unsigned char> bytes(programme[0].size() * 4);
+    int byteCount = 0;
+    CAudioSupport::ConvertDoubleToStereo16BitInterleaved(programme, bytes.data(), static_cast<int>(bytes.size()),
+                                                         byteCount);
+    std::vector<int16_t> samples(bytes.size() / 2);
+    std::memcpy(samples.data(), bytes.data(), bytes.size());  // little-endian, as the host
     OutputFile output(wav);
-    WriteWav16(output, DemoProgramme(rate), rate);
-    output.Commit();
+    SoundFileWriter writer(output, rate, 2, SF_FORMAT_WAV | SF_FORMAT_PCM_16);
+    writer.Write(samples.data(), programme[0].size());
+    writer.Finish();
   }
   std::printf("generated %s: 40 s of stereo at 48 kHz in five scenes\n", wav.c_str());
   const auto analysis = AnalyseFile(wav, LoudnessSettings{});

@@ -6,7 +6,8 @@
 #include <cstdio>
 
 #include "command.h"
-#include "sndfile_io.h"
+#include "progress.h"
+#include "sound_file.h"
 
 namespace corvane::tool {
 namespace {
@@ -217,16 +218,30 @@ std::string LoudnessAnalysis::Plot(const LoudnessFigures& figures) const {
   return svg;
 }
 
-void CheckMeterRate(const SndFileReader& reader) {
+void CheckMeasurable(const SoundFileReader& reader) {
   constexpr int kLowestRate = 1000;
+  if (reader.Frames() <= 0) throw ToolError(reader.Path() + ": holds no audio samples");
   if (reader.Rate() < kLowestRate) {
     throw ToolError(reader.Path() + Format(": a sampling rate of %d Hz is too low to measure", reader.Rate()));
   }
 }
 
+void FeedAllBlocks(SoundFileReader& reader, const std::string& label,
+                   const std::function<void(const std::vector<std::vector<double>>&)>& feed) {
+  constexpr size_t kBlockFrames = 48000;
+  Progress progress(label, static_cast<uint64_t>(reader.Frames()));
+  std::vector<std::vector<double>> block;
+  uint64_t done = 0;
+  while (const size_t count = reader.Read(block, kBlockFrames)) {
+    feed(block);
+    done += count;
+    progress.Update(done);
+  }
+}
+
 std::unique_ptr<LoudnessAnalysis> AnalyseFile(const std::string& path, const LoudnessSettings& settings) {
-  SndFileReader reader(path);
-  CheckMeterRate(reader);
+  SoundFileReader reader(path);
+  CheckMeasurable(reader);
   std::unique_ptr<LoudnessAnalysis> analysis;
   try {
     analysis = std::make_unique<LoudnessAnalysis>(reader.Channels(), reader.Rate(), settings);

@@ -3,6 +3,7 @@
 // figures come out as text, as JSON, or as an SVG plot against time.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -65,11 +66,17 @@ class LoudnessAnalysis {
   std::unique_ptr<NS_AudioMeasurement::CAudioPeakLevel> chromatec_;
 };
 
-class SndFileReader;
+class SoundFileReader;
 
-// Throws ToolError naming the file when its sampling rate is too low for the
-// level meters, whose 100 ms blocks and 10 ms sub-blocks count whole samples.
-void CheckMeterRate(const SndFileReader& reader);
+// Throws ToolError naming the file when it holds no samples, or when its
+// sampling rate is too low for the level meters, whose 100 ms blocks and
+// 10 ms sub-blocks count whole samples.
+void CheckMeasurable(const SoundFileReader& reader);
+
+// Reads the rest of the file in blocks of 48,000 frames and hands each to
+// `feed`, with a progress line labelled `label` on a terminal.
+void FeedAllBlocks(SoundFileReader& reader, const std::string& label,
+                   const std::function<void(const std::vector<std::vector<double>>&)>& feed);
 
 // Streams a whole file through a LoudnessAnalysis, with a progress line.
 // Throws ToolError for files that can't be measured.

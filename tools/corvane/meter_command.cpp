@@ -8,7 +8,7 @@
 #include "command.h"
 #include "loudness_report.h"
 #include "measurement/audio_peak_level.h"
-#include "sndfile_io.h"
+#include "sound_file.h"
 
 namespace corvane::tool {
 namespace {
@@ -36,8 +36,8 @@ int RunMeter(const std::vector<std::string>& arguments) {
   const int historyMs = args.GetInt("history", 0, 1, 3600000);
   const std::string& path = args.Positional()[0];
 
-  SndFileReader reader(path);
-  CheckMeterRate(reader);
+  SoundFileReader reader(path);
+  CheckMeasurable(reader);
   NS_AudioMeasurement::CAudioPeakLevel meter(static_cast<unsigned>(reader.Channels()), reader.Rate(), type);
   FeedAllBlocks(reader, "metering " + path,
                 [&](const std::vector<std::vector<double>>& block) { meter.AddSamples(block); });
