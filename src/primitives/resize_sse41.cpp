@@ -24,23 +24,31 @@ void WidenRowSse41(const uint8_t* row, float* out, int count) {
   kResizeRowsC.widen(row + i, out + i, count - i);
 }
 
-// Four pixels: the windows of pixels i to i + 3 are loaded four taps at a
-// time and transposed, so that each vector holds one tap of the four pixels.
-void FilterRowSse41(const float* columns, int first, const int32_t* start, const float* weight, int stride, int count,
-                    int taps, float* out) {
+// Taps k to k + 3 of pixels i to i + 3, one tap a vector: the windows
+// loaded four taps at a time and transposed.
+[[gnu::always_inline]] inline void LoadTaps(const float* base, const int32_t* start, int k, __m128* tap) {
+  tap[0] = _mm_loadu_ps(base + start[0] + k);
+  tap[1] = _mm_loadu_ps(base + start[1] + k);
+  tap[2] = _mm_loadu_ps(base + start[2] + k);
+  tap[3] = _mm_loadu_ps(base + start[3] + k);
+  _MM_TRANSPOSE4_PS(tap[0], tap[1], tap[2], tap[3]);
+}
+
+// kTaps fixes the number of taps at compile time (0: `runtimeTaps`).
+template <int kTaps>
+void FilterRowWithSse41(const float* columns, int first, const int32_t* start, const float* weight, int stride,
+                      int count, int runtimeTaps, float* out) {
+  const int taps = kTaps != 0 ? kTaps : runtimeTaps;
+  const float* base = columns - first;
   int i = 0;
   for (; i + kLanes <= count; i += kLanes) {
-    const float* s[kLanes];
-    for (int j = 0; j < kLanes; ++j) s[j] = columns + (start[i + j] - first);
     __m128 sum = _mm_setzero_ps();
     for (int k = 0; k < taps; k += 4) {
-      __m128 t0 = _mm_loadu_ps(s[0] + k), t1 = _mm_loadu_ps(s[1] + k);
-      __m128 t2 = _mm_loadu_ps(s[2] + k), t3 = _mm_loadu_ps(s[3] + k);
-      _MM_TRANSPOSE4_PS(t0, t1, t2, t3);
-      const __m128 tap[4] = {t0, t1, t2, t3};
-      for (int j = 0; j < 4 && k + j < taps; ++j) {
-        const __m128 w = _mm_loadu_ps(weight + static_cast<ptrdiff_t>(k + j) * stride + i);
-        sum = _mm_add_ps(sum, _mm_mul_ps(w, tap[j]));
+      __m128 tap[4];
+      LoadTaps(base, start + i, k, tap);
+      const int group = taps - k < 4 ? taps - k : 4;
+      for (int j = 0; j < group; ++j) {
+        sum = _mm_add_ps(sum, _mm_mul_ps(_mm_loadu_ps(weight + static_cast<ptrdiff_t>(k + j) * stride + i), tap[j]));
       }
     }
     _mm_storeu_ps(out + i, sum);
@@ -48,26 +56,61 @@ void FilterRowSse41(const float* columns, int first, const int32_t* start, const
   kResizeRowsC.filter(columns, first, start + i, weight + i, stride, count - i, taps, out + i);
 }
 
+void FilterRowSse41(const float* columns, int first, const int32_t* start, const float* weight, int stride,
+                    int count, int taps, float* out) {
+  switch (taps) {
+    case 2:
+      FilterRowWithSse41<2>(columns, first, start, weight, stride, count, taps, out);
+      break;
+    case 3:
+      FilterRowWithSse41<3>(columns, first, start, weight, stride, count, taps, out);
+      break;
+    case 4:
+      FilterRowWithSse41<4>(columns, first, start, weight, stride, count, taps, out);
+      break;
+    default:
+      FilterRowWithSse41<0>(columns, first, start, weight, stride, count, taps, out);
+      break;
+  }
+}
+
 __m128 LoadFour(const uint8_t* row) { return WidenFour(row); }
 __m128 LoadFour(const float* row) { return _mm_loadu_ps(row); }
 
-template <typename T>
-void AddRowsSse41(const T* const* rows, const float* weights, int rowCount, bool add, float* accumulator, int count) {
-  __m128 w[4];
-  for (int r = 0; r < rowCount; ++r) w[r] = _mm_set1_ps(weights[r]);
+template <int kRows, bool kAdd, typename T>
+void AddWeightedRowsSse41(const T* const* rows, const float* weights, float* accumulator, int count) {
+  __m128 w[kRows];
+  for (int r = 0; r < kRows; ++r) w[r] = _mm_set1_ps(weights[r]);
+  // The row pointers in registers: the stores to the accumulator cannot alias them.
+  const T* r[kRows];
+  for (int k = 0; k < kRows; ++k) r[k] = rows[k];
   int i = 0;
   for (; i + kLanes <= count; i += kLanes) {
-    __m128 sum = _mm_mul_ps(w[0], LoadFour(rows[0] + i));
-    if (add) sum = _mm_add_ps(_mm_loadu_ps(accumulator + i), sum);
-    for (int r = 1; r < rowCount; ++r) sum = _mm_add_ps(sum, _mm_mul_ps(w[r], LoadFour(rows[r] + i)));
+    __m128 sum = _mm_mul_ps(w[0], LoadFour(r[0] + i));
+    if constexpr (kAdd) sum = _mm_add_ps(_mm_loadu_ps(accumulator + i), sum);
+    for (int k = 1; k < kRows; ++k) sum = _mm_add_ps(sum, _mm_mul_ps(w[k], LoadFour(r[k] + i)));
     _mm_storeu_ps(accumulator + i, sum);
   }
-  const T* tails[4];
-  for (int r = 0; r < rowCount; ++r) tails[r] = rows[r] + i;
+  const T* tails[kRows];
+  for (int r = 0; r < kRows; ++r) tails[r] = rows[r] + i;
   if constexpr (sizeof(T) == 1) {
-    kResizeRowsC.addByteRows(tails, weights, rowCount, add, accumulator + i, count - i);
+    kResizeRowsC.addByteRows(tails, weights, kRows, kAdd, accumulator + i, count - i);
   } else {
-    kResizeRowsC.addFloatRows(tails, weights, rowCount, add, accumulator + i, count - i);
+    kResizeRowsC.addFloatRows(tails, weights, kRows, kAdd, accumulator + i, count - i);
+  }
+}
+
+template <typename T>
+void AddRowsSse41(const T* const* rows, const float* weights, int rowCount, bool add, float* accumulator, int count) {
+  switch (rowCount * 2 + (add ? 1 : 0)) {
+    case 2: AddWeightedRowsSse41<1, false>(rows, weights, accumulator, count); break;
+    case 3: AddWeightedRowsSse41<1, true>(rows, weights, accumulator, count); break;
+    case 4: AddWeightedRowsSse41<2, false>(rows, weights, accumulator, count); break;
+    case 5: AddWeightedRowsSse41<2, true>(rows, weights, accumulator, count); break;
+    case 6: AddWeightedRowsSse41<3, false>(rows, weights, accumulator, count); break;
+    case 7: AddWeightedRowsSse41<3, true>(rows, weights, accumulator, count); break;
+    case 8: AddWeightedRowsSse41<4, false>(rows, weights, accumulator, count); break;
+    default: AddWeightedRowsSse41<4, true>(rows, weights, accumulator, count); break;
   }
 }
 
