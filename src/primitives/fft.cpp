@@ -159,11 +159,11 @@ void MultiplySpectra(const double* src, double* dst, int length) {
 }
 
 int fft_forward_c(const double* src, double* dst, const PrimFFTSpec* spec, uint8_t* buffer) {
-  return FFTForwardWith(ForwardTransform, src, dst, spec, buffer);
+  return FFTForwardWith(ForwardTransform<double>, src, dst, spec, buffer);
 }
 
 int fft_inverse_c(const double* src, double* dst, const PrimFFTSpec* spec, uint8_t* buffer) {
-  return FFTInverseWith(InverseTransform, src, dst, spec, buffer);
+  return FFTInverseWith(InverseTransform<double>, src, dst, spec, buffer);
 }
 
 int mul_packed_spectrum_c(const double* src, double* dst, int length) {

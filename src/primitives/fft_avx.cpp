@@ -1,12 +1,14 @@
 // The FFT pair and the product of packed spectra with AVX: the portable
-// passes compiled for 256-bit vectors (four doubles a step where the
-// portable build does two), and the product two complex numbers a vector.
+// passes with four butterflies a step in 256-bit vectors, and the product
+// two complex numbers a vector.
 #include <immintrin.h>
 
 #include "primitives/fft_passes.h"
 #include "primitives/fft_variants.h"
 
 namespace {
+
+using Double4 = double __attribute__((vector_size(32)));
 
 // As the SSE4.1 product (ar br - ai bi, ai br + ar bi), two numbers at once.
 void MultiplySpectraAvx(const double* src, double* dst, int length) {
@@ -23,11 +25,11 @@ void MultiplySpectraAvx(const double* src, double* dst, int length) {
 }  // namespace
 
 int fft_forward_avx(const double* src, double* dst, const PrimFFTSpec* spec, uint8_t* buffer) {
-  return FFTForwardWith(ForwardTransform, src, dst, spec, buffer);
+  return FFTForwardWith(ForwardTransform<Double4>, src, dst, spec, buffer);
 }
 
 int fft_inverse_avx(const double* src, double* dst, const PrimFFTSpec* spec, uint8_t* buffer) {
-  return FFTInverseWith(InverseTransform, src, dst, spec, buffer);
+  return FFTInverseWith(InverseTransform<Double4>, src, dst, spec, buffer);
 }
 
 int mul_packed_spectrum_avx(const double* src, double* dst, int length) {

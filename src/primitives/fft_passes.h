@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstring>
 
 // Tells the vectoriser that the iterations of the next loop touch no common
 // element: a pass reads one buffer and writes another, and the split steps
@@ -35,22 +36,59 @@ int PassCount(size_t m) {
   return passes;
 }
 
+// The butterflies of a pass run on lanes of type V: one double, or a vector
+// of doubles (GCC's vector extension) when a variant runs the butterflies of
+// consecutive q at once; a lane's arithmetic is the same either way.
+template <typename V>
+constexpr int kLaneCount = sizeof(V) / sizeof(double);
+
+// The lanes from p, p + kStride, ...
+template <typename V, int kStride>
+inline V LoadLanes(const double* p) {
+  V v;
+  if constexpr (kStride == 1) {
+    std::memcpy(&v, p, sizeof v);
+  } else {
+    for (int l = 0; l < kLaneCount<V>; ++l) v[l] = p[l * kStride];
+  }
+  return v;
+}
+
+template <>
+inline double LoadLanes<double, 2>(const double* p) {
+  return *p;
+}
+
+template <typename V, int kStride>
+inline void StoreLanes(double* p, V v) {
+  if constexpr (kStride == 1) {
+    std::memcpy(p, &v, sizeof v);
+  } else {
+    for (int l = 0; l < kLaneCount<V>; ++l) p[l * kStride] = v[l];
+  }
+}
+
+template <>
+inline void StoreLanes<double, 2>(double* p, double v) {
+  *p = v;
+}
+
 // In-place DFT of kRadix points (exp(-2 pi i jk / r), +i for the inverse),
 // outputs in natural order.
-template <int kRadix, bool kInverse>
-inline void SmallDft(double* re, double* im) {
+template <int kRadix, bool kInverse, typename V>
+inline void SmallDft(V* re, V* im) {
   if constexpr (kRadix == 2) {
-    const double r = re[0], i = im[0];
+    const V r = re[0], i = im[0];
     re[0] = r + re[1];
     im[0] = i + im[1];
     re[1] = r - re[1];
     im[1] = i - im[1];
   } else {
-    const double t0r = re[0] + re[2], t0i = im[0] + im[2], t1r = re[0] - re[2], t1i = im[0] - im[2];
-    const double t2r = re[1] + re[3], t2i = im[1] + im[3];
+    const V t0r = re[0] + re[2], t0i = im[0] + im[2], t1r = re[0] - re[2], t1i = im[0] - im[2];
+    const V t2r = re[1] + re[3], t2i = im[1] + im[3];
     // (b - d) times -i, or +i for the inverse.
-    const double dr = re[1] - re[3], di = im[1] - im[3];
-    const double t3r = kInverse ? -di : di, t3i = kInverse ? dr : -dr;
+    const V dr = re[1] - re[3], di = im[1] - im[3];
+    const V t3r = kInverse ? -di : di, t3i = kInverse ? dr : -dr;
     re[0] = t0r + t2r;
     im[0] = t0i + t2i;
     re[1] = t1r + t3r;
@@ -66,26 +104,27 @@ inline void SmallDft(double* re, double* im) {
 // times the twiddles w^(kp) (conjugated for the inverse), written `outStep`
 // elements apart. Element i sits at index i * kStride of its arrays: 1 for
 // split arrays, 2 for interleaved pairs. Interleaved output is the end of the
-// inverse transform and takes the scale.
-template <int kRadix, bool kInverse, int kInStride, int kOutStride>
+// inverse transform and takes the scale. With vector lanes, the butterflies
+// of elements in, in + 1, ... (out, out + 1, ...) share their twiddles.
+template <typename V, int kRadix, bool kInverse, int kInStride, int kOutStride>
 inline void Butterfly(const double* xr, const double* xi, size_t in, size_t inStep, double* yr, double* yi,
                       size_t out, size_t outStep, const double* twiddles, size_t twiddleStride, double scale) {
-  double re[kRadix], im[kRadix];
+  V re[kRadix], im[kRadix];
   for (int j = 0; j < kRadix; ++j) {
-    re[j] = xr[(in + j * inStep) * kInStride];
-    im[j] = xi[(in + j * inStep) * kInStride];
+    re[j] = LoadLanes<V, kInStride>(xr + (in + j * inStep) * kInStride);
+    im[j] = LoadLanes<V, kInStride>(xi + (in + j * inStep) * kInStride);
   }
   SmallDft<kRadix, kInverse>(re, im);
   for (int k = 1; k < kRadix; ++k) {
     const double wr = twiddles[(2 * k - 2) * twiddleStride], wi = twiddles[(2 * k - 1) * twiddleStride];
-    const double r = re[k];
+    const V r = re[k];
     re[k] = kInverse ? r * wr + im[k] * wi : r * wr - im[k] * wi;
     im[k] = kInverse ? im[k] * wr - r * wi : im[k] * wr + r * wi;
   }
   for (int k = 0; k < kRadix; ++k) {
     const size_t at = (out + k * outStep) * kOutStride;
-    yr[at] = kOutStride == 2 ? re[k] * scale : re[k];
-    yi[at] = kOutStride == 2 ? im[k] * scale : im[k];
+    StoreLanes<V, kOutStride>(yr + at, kOutStride == 2 ? re[k] * scale : re[k]);
+    StoreLanes<V, kOutStride>(yi + at, kOutStride == 2 ? im[k] * scale : im[k]);
   }
 }
 
@@ -94,14 +133,15 @@ inline void Butterfly(const double* xr, const double* xi, size_t in, size_t inSt
 // for p below n/r and q below s. The first pass (s = 1) loops along p, the
 // others along q, so that the inner loop reads consecutive elements; kStride,
 // when not 0, fixes s at compile time so that a short loop along q unrolls.
-template <int kRadix, bool kInverse, int kInStride, int kOutStride, size_t kStride>
+template <typename V, int kRadix, bool kInverse, int kInStride, int kOutStride, size_t kStride>
 void Pass(const double* xr, const double* xi, double* yr, double* yi, size_t n, size_t runtimeStride,
           const double* twiddles, double scale) {
   const size_t columns = n / kRadix, s = kStride != 0 ? kStride : runtimeStride;
   if (s == 1) {
     CORVANE_INDEPENDENT_ITERATIONS
     for (size_t p = 0; p < columns; ++p) {
-      Butterfly<kRadix, kInverse, kInStride, kOutStride>(xr, xi, p, columns, yr, yi, kRadix * p, 1, twiddles + p,
+      Butterfly<double, kRadix, kInverse, kInStride, kOutStride>(xr, xi, p, columns, yr, yi, kRadix * p, 1,
+                                                                 twiddles + p,
                                                          columns, scale);
     }
     return;
@@ -110,23 +150,30 @@ void Pass(const double* xr, const double* xi, double* yr, double* yi, size_t n, 
     double w[2 * kRadix - 2];
     for (int k = 0; k < 2 * kRadix - 2; ++k) w[k] = twiddles[k * columns + p];
     const size_t in = s * p, out = s * kRadix * p;
+    if (s % kLaneCount<V> == 0) {
+      for (size_t q = 0; q < s; q += kLaneCount<V>) {
+        Butterfly<V, kRadix, kInverse, kInStride, kOutStride>(xr, xi, in + q, s * columns, yr, yi, out + q, s, w, 1,
+                                                              scale);
+      }
+      continue;
+    }
     CORVANE_INDEPENDENT_ITERATIONS
     for (size_t q = 0; q < s; ++q) {
-      Butterfly<kRadix, kInverse, kInStride, kOutStride>(xr, xi, in + q, s * columns, yr, yi, out + q, s, w, 1,
-                                                         scale);
+      Butterfly<double, kRadix, kInverse, kInStride, kOutStride>(xr, xi, in + q, s * columns, yr, yi, out + q, s, w,
+                                                                 1, scale);
     }
   }
 }
 
-template <bool kInverse, int kInStride, int kOutStride>
+template <typename V, bool kInverse, int kInStride, int kOutStride>
 void RunPass(const double* xr, const double* xi, double* yr, double* yi, size_t n, size_t s, const double* twiddles,
              double scale = 1.0) {
   if (PassRadix(n) == 2) {
-    Pass<2, kInverse, kInStride, kOutStride, 0>(xr, xi, yr, yi, n, s, twiddles, scale);
+    Pass<V, 2, kInverse, kInStride, kOutStride, 0>(xr, xi, yr, yi, n, s, twiddles, scale);
   } else if (s == 4) {
-    Pass<4, kInverse, kInStride, kOutStride, 4>(xr, xi, yr, yi, n, s, twiddles, scale);
+    Pass<V, 4, kInverse, kInStride, kOutStride, 4>(xr, xi, yr, yi, n, s, twiddles, scale);
   } else {
-    Pass<4, kInverse, kInStride, kOutStride, 0>(xr, xi, yr, yi, n, s, twiddles, scale);
+    Pass<V, 4, kInverse, kInStride, kOutStride, 0>(xr, xi, yr, yi, n, s, twiddles, scale);
   }
 }
 
@@ -147,6 +194,7 @@ struct PassCursor {
 // The radix-4 passes of the unscaled forward complex transform of the m
 // pairs of `src` into `result`, with `other` as the second buffer; at least
 // one. A closing radix-2 pass, when m needs one, is left to the join.
+template <typename V>
 void ForwardRadix4Passes(const double* src, Split result, Split other, size_t m, const double* twiddles) {
   int passes = 0;
   for (size_t n = m; n >= 4; n /= 4) ++passes;
@@ -154,12 +202,12 @@ void ForwardRadix4Passes(const double* src, Split result, Split other, size_t m,
   const Split buffers[2] = {result, other};
   PassCursor pass{m, 1, twiddles};
   Split out = buffers[(passes - 1) % 2];
-  RunPass<false, 2, 1>(src, src + 1, out.re, out.im, pass.n, pass.s, pass.twiddles);
+  RunPass<V, false, 2, 1>(src, src + 1, out.re, out.im, pass.n, pass.s, pass.twiddles);
   for (int i = 2; i <= passes; ++i) {
     pass.Next();
     const Split in = out;
     out = buffers[(passes - i) % 2];
-    RunPass<false, 1, 1>(in.re, in.im, out.re, out.im, pass.n, pass.s, pass.twiddles);
+    RunPass<V, false, 1, 1>(in.re, in.im, out.re, out.im, pass.n, pass.s, pass.twiddles);
   }
 }
 
@@ -169,6 +217,7 @@ Split InverseStart(Split work, Split other, size_t m) { return PassCount(m) % 2 
 
 // Inverse complex transform of `start` (see InverseStart) into the m pairs of
 // `dst`, scaled.
+template <typename V>
 void InverseComplex(Split start, Split work, Split other, double* dst, size_t m, const double* twiddles,
                     double scale) {
   const int passes = PassCount(m);
@@ -177,10 +226,10 @@ void InverseComplex(Split start, Split work, Split other, double* dst, size_t m,
   Split in = start;
   for (int i = 1; i < passes; ++i, pass.Next()) {
     const Split out = buffers[(passes - 1 - i) % 2];
-    RunPass<true, 1, 1>(in.re, in.im, out.re, out.im, pass.n, pass.s, pass.twiddles);
+    RunPass<V, true, 1, 1>(in.re, in.im, out.re, out.im, pass.n, pass.s, pass.twiddles);
     in = out;
   }
-  RunPass<true, 1, 2>(in.re, in.im, dst, dst + 1, pass.n, pass.s, pass.twiddles, scale);
+  RunPass<V, true, 1, 2>(in.re, in.im, dst, dst + 1, pass.n, pass.s, pass.twiddles, scale);
 }
 
 // From Z, the transform of z[n] = x[2n] + i x[2n+1], to the bins 0 to M of x:
@@ -255,6 +304,7 @@ void SplitHalves(const double* src, Split z, size_t m, const double* wr, const d
 // The forward transform of N = 2m >= 4 reals into the packed spectrum.
 // `work` holds N doubles (unused when m is 2). `splitTwiddles` is
 // exp(-2 pi i k / N) for k from 0 to m/2, real parts then imaginary parts.
+template <typename V>
 void ForwardTransform(const double* src, double* dst, double* work, size_t m, const double* passTwiddles,
                       const double* splitTwiddles, double scale) {
   const double* wr = splitTwiddles;
@@ -265,7 +315,7 @@ void ForwardTransform(const double* src, double* dst, double* work, size_t m, co
   }
   // The join writes dst, so the complex result goes to the work buffer.
   const Split z{work, work + m};
-  ForwardRadix4Passes(src, z, Split{dst, dst + m}, m, passTwiddles);
+  ForwardRadix4Passes<V>(src, z, Split{dst, dst + m}, m, passTwiddles);
   const bool oddPowerOfTwo = (m & 0xAAAAAAAAAAAAAAAAull) != 0;
   if (oddPowerOfTwo) {
     JoinHalvesOfLastPass<1>(z.re, z.im, dst, m, wr, wi, scale);
@@ -276,12 +326,13 @@ void ForwardTransform(const double* src, double* dst, double* work, size_t m, co
 
 // The inverse transform of a packed spectrum into N = 2m >= 4 reals; `work`
 // holds N doubles.
+template <typename V>
 void InverseTransform(const double* src, double* dst, double* work, size_t m, const double* passTwiddles,
                       const double* splitTwiddles, double scale) {
   const Split inWork{work, work + m}, inDst{dst, dst + m};
   const Split start = InverseStart(inWork, inDst, m);
   SplitHalves(src, start, m, splitTwiddles, splitTwiddles + m / 2 + 1);
-  InverseComplex(start, inWork, inDst, dst, m, passTwiddles, scale);
+  InverseComplex<V>(start, inWork, inDst, dst, m, passTwiddles, scale);
 }
 
 }  // namespace
