@@ -23,6 +23,17 @@ bool IsPcm16(const CAudioFrame& frame) { return frame.audioType == AUDIO_FRAME_P
 
 double ReadBig16(const unsigned char* p) { return static_cast<int16_t>((p[0] << 8) | p[1]) / kPcmScale; }
 
+// Samples i and i + 1 of a stereo frame, the big-endian words left, right,
+// left, right at p, each divided by the scale as ReadBig16 does.
+void ReadBig16Stereo(const unsigned char* p, double* left, double* right) {
+  __m128i words = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p));
+  words = _mm_or_si128(_mm_slli_epi16(words, 8), _mm_srli_epi16(words, 8));
+  const __m128i values = _mm_srai_epi32(_mm_unpacklo_epi16(words, words), 16);
+  const __m128d scale = _mm_set1_pd(kPcmScale);
+  _mm_storeu_pd(left, _mm_div_pd(_mm_cvtepi32_pd(_mm_shuffle_epi32(values, 0x08)), scale));
+  _mm_storeu_pd(right, _mm_div_pd(_mm_cvtepi32_pd(_mm_shuffle_epi32(values, 0x0D)), scale));
+}
+
 // Truncated toward zero, not clipped: a limited sample stays in range. Of
 // the integer, the low 16 bits go out, high byte first.
 void WriteBig16(double sample, unsigned char* p) {
@@ -122,7 +133,13 @@ void CQBXAudioLimiter::IngestSamples(const CAudioFrame* frame) {
 void CQBXAudioLimiter::IngestPcm16(const CAudioFrame& frame, unsigned count) {
   const unsigned stride = 2 * frame.channels;
   const unsigned char* p = frame.data;
-  for (unsigned i = 0; i < count; ++i, p += stride, ++samplesHeld) {
+  unsigned i = 0;
+  if (frame.channels == 2) {
+    for (; i + 2 <= count; i += 2, p += 8, samplesHeld += 2) {
+      ReadBig16Stereo(p, &sampleBuffers[0][samplesHeld], &sampleBuffers[1][samplesHeld]);
+    }
+  }
+  for (; i < count; ++i, p += stride, ++samplesHeld) {
     sampleBuffers[0][samplesHeld] = ReadBig16(p);
     // A mono frame leaves the right channel silent.
     sampleBuffers[1][samplesHeld] = frame.channels >= 2 ? ReadBig16(p + 2) : 0.0;
