@@ -1,5 +1,7 @@
 #include "audioproc/audio_limiter.h"
 
+#include <emmintrin.h>
+
 #include <algorithm>
 #include <cmath>
 
@@ -21,11 +23,52 @@ bool IsPcm16(const CAudioFrame& frame) { return frame.audioType == AUDIO_FRAME_P
 
 double ReadBig16(const unsigned char* p) { return static_cast<int16_t>((p[0] << 8) | p[1]) / kPcmScale; }
 
-// Low byte first: the block is swapped to big-endian as a whole afterwards.
-void WriteLittle16(double sample, unsigned char* p) {
+// Samples i and i + 1 of a stereo frame, the big-endian words left, right,
+// left, right at p, each divided by the scale as ReadBig16 does.
+void ReadBig16Stereo(const unsigned char* p, double* left, double* right) {
+  __m128i words = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p));
+  words = _mm_or_si128(_mm_slli_epi16(words, 8), _mm_srli_epi16(words, 8));
+  const __m128i values = _mm_srai_epi32(_mm_unpacklo_epi16(words, words), 16);
+  const __m128d scale = _mm_set1_pd(kPcmScale);
+  _mm_storeu_pd(left, _mm_div_pd(_mm_cvtepi32_pd(_mm_shuffle_epi32(values, 0x08)), scale));
+  _mm_storeu_pd(right, _mm_div_pd(_mm_cvtepi32_pd(_mm_shuffle_epi32(values, 0x0D)), scale));
+}
+
+// Truncated toward zero, not clipped: a limited sample stays in range. Of
+// the integer, the low 16 bits go out, high byte first.
+void WriteBig16(double sample, unsigned char* p) {
   const auto value = static_cast<int32_t>(sample * kPcmScale);
-  p[0] = static_cast<unsigned char>(value & 0xFF);
-  p[1] = static_cast<unsigned char>((value >> 8) & 0xFF);
+  p[0] = static_cast<unsigned char>((value >> 8) & 0xFF);
+  p[1] = static_cast<unsigned char>(value & 0xFF);
+}
+
+// The largest of `peak` and the magnitudes of a[0..n) and b[0..n). The
+// maximum does not depend on the order the values are met in, so two lanes
+// may keep their own.
+double PeakMagnitude(const double* a, const double* b, unsigned n, double peak) {
+  const __m128d magnitude = _mm_castsi128_pd(_mm_set1_epi64x(0x7FFFFFFFFFFFFFFF));
+  __m128d lanes = _mm_set1_pd(peak);
+  unsigned i = 0;
+  for (; i + 2 <= n; i += 2) {
+    lanes = _mm_max_pd(lanes, _mm_and_pd(_mm_loadu_pd(a + i), magnitude));
+    lanes = _mm_max_pd(lanes, _mm_and_pd(_mm_loadu_pd(b + i), magnitude));
+  }
+  peak = std::max(_mm_cvtsd_f64(lanes), _mm_cvtsd_f64(_mm_unpackhi_pd(lanes, lanes)));
+  for (; i < n; ++i) peak = std::max({peak, std::fabs(a[i]), std::fabs(b[i])});
+  return peak;
+}
+
+// Samples i and i + 1 of both channels as the four big-endian words left,
+// right, left, right: truncated toward zero, of each integer its low 16 bits
+// (sign-extended first, so that the packing never saturates).
+void WriteBig16Stereo(const double* left, const double* right, unsigned i, unsigned char* p) {
+  const __m128d scale = _mm_set1_pd(kPcmScale);
+  const __m128i l = _mm_cvttpd_epi32(_mm_mul_pd(_mm_loadu_pd(left + i), scale));
+  const __m128i r = _mm_cvttpd_epi32(_mm_mul_pd(_mm_loadu_pd(right + i), scale));
+  const __m128i words = _mm_srai_epi32(_mm_slli_epi32(_mm_unpacklo_epi32(l, r), 16), 16);
+  const __m128i packed = _mm_packs_epi32(words, words);
+  const __m128i swapped = _mm_or_si128(_mm_slli_epi16(packed, 8), _mm_srli_epi16(packed, 8));
+  _mm_storel_epi64(reinterpret_cast<__m128i*>(p), swapped);
 }
 
 }  // namespace
@@ -90,7 +133,13 @@ void CQBXAudioLimiter::IngestSamples(const CAudioFrame* frame) {
 void CQBXAudioLimiter::IngestPcm16(const CAudioFrame& frame, unsigned count) {
   const unsigned stride = 2 * frame.channels;
   const unsigned char* p = frame.data;
-  for (unsigned i = 0; i < count; ++i, p += stride, ++samplesHeld) {
+  unsigned i = 0;
+  if (frame.channels == 2) {
+    for (; i + 2 <= count; i += 2, p += 8, samplesHeld += 2) {
+      ReadBig16Stereo(p, &sampleBuffers[0][samplesHeld], &sampleBuffers[1][samplesHeld]);
+    }
+  }
+  for (; i < count; ++i, p += stride, ++samplesHeld) {
     sampleBuffers[0][samplesHeld] = ReadBig16(p);
     // A mono frame leaves the right channel silent.
     sampleBuffers[1][samplesHeld] = frame.channels >= 2 ? ReadBig16(p + 2) : 0.0;
@@ -175,8 +224,8 @@ void CQBXAudioLimiter::DoLimiting(CAudioFrame* out) {
       sampleBuffers[0][i] *= gain;
       sampleBuffers[1][i] *= gain;
     }
-    peakLevel = std::max({peakLevel, std::fabs(sampleBuffers[0][i]), std::fabs(sampleBuffers[1][i])});
   }
+  peakLevel = PeakMagnitude(sampleBuffers[0].data(), sampleBuffers[1].data(), samplesReady, peakLevel);
   if (out->audioType == AUDIO_FRAME_SMPTE302M) {
     CSMPTE302MDecode::EncodeFrame(sampleBuffers, samplesReady, 1.0, out);
   } else {
@@ -186,13 +235,17 @@ void CQBXAudioLimiter::DoLimiting(CAudioFrame* out) {
 }
 
 void CQBXAudioLimiter::WritePcm16(CAudioFrame* out, unsigned outputChannels) {
-  // Truncated toward zero, not clipped: a limited sample stays in range.
   unsigned char* p = pcmBytes.data();
-  for (unsigned i = 0; i < samplesReady; ++i) {
-    for (unsigned c = 0; c < outputChannels; ++c, p += 2) WriteLittle16(sampleBuffers[c][i], p);
+  unsigned i = 0;
+  if (outputChannels == 2) {
+    for (; i + 2 <= samplesReady; i += 2, p += 8) {
+      WriteBig16Stereo(sampleBuffers[0].data(), sampleBuffers[1].data(), i, p);
+    }
+  }
+  for (; i < samplesReady; ++i) {
+    for (unsigned c = 0; c < outputChannels; ++c, p += 2) WriteBig16(sampleBuffers[c][i], p);
   }
   const auto bytes = static_cast<unsigned>(p - pcmBytes.data());
-  CAudioSupport::SwapBytes16(pcmBytes.data(), pcmBytes.data(), static_cast<int>(bytes / 2));
   out->payloadLength = 0;
   out->AppendData(pcmBytes.data(), bytes);
   out->channels = outputChannels;

@@ -8,16 +8,16 @@
 #include <numbers>
 
 #include "primitives/dispatch.h"
+#include "primitives/idct_variants.h"
 #include "primitives/prim_signal.h"
 
 namespace {
 
 constexpr int kBlock = 8;
 
-// basis[k][n] = C(k) / 2 * cos((2n + 1) k pi / 16): frequency k at position n.
 using Basis = std::array<std::array<double, kBlock>, kBlock>;
 
-const Basis& IdctBasis() {
+const Basis& BasisRows() {
   static const Basis basis = [] {
     Basis b{};
     for (int k = 0; k < kBlock; ++k) {
@@ -43,7 +43,7 @@ void FillBlock(uint8_t value, uint8_t* dst, int dstStep) {
 // The transform over the lowest `frequencies` of each direction; the other
 // coefficients are taken as zero and not read.
 void InverseTransform(const int16_t* coefficients, int frequencies, uint8_t* dst, int dstStep) {
-  const Basis& basis = IdctBasis();
+  const Basis& basis = BasisRows();
   double rows[kBlock][kBlock] = {};  // [v][x]: each coefficient row transformed along u
   for (int v = 0; v < frequencies; ++v) {
     for (int u = 0; u < frequencies; ++u) {
@@ -63,6 +63,17 @@ void InverseTransform(const int16_t* coefficients, int frequencies, uint8_t* dst
 using IDCT8x8Fn = int (*)(const int16_t* coefficients, uint8_t* dst, int dstStep, int count);
 
 int idct8x8_c(const int16_t* coefficients, uint8_t* dst, int dstStep, int count) {
+  return IDCT8x8With(InverseTransform, coefficients, dst, dstStep, count);
+}
+
+constexpr IDCT8x8Fn kIDCT8x8[kPrimSlotCount] = {idct8x8_c, idct8x8_c,     idct8x8_c,
+                                               idct8x8_c, idct8x8_sse41, idct8x8_avx};
+
+}  // namespace
+
+const double* IdctBasis() { return BasisRows()[0].data(); }
+
+int IDCT8x8With(IdctTransformFn transform, const int16_t* coefficients, uint8_t* dst, int dstStep, int count) {
   if (coefficients == nullptr || dst == nullptr) return PrimStsNullPtrErr;
   if (dstStep < 1) return PrimStsStepErr;
   if (count < 1) {
@@ -71,14 +82,10 @@ int idct8x8_c(const int16_t* coefficients, uint8_t* dst, int dstStep, int count)
     FillBlock(static_cast<uint8_t>(dc < 0 ? 0 : dc > 255 ? 255 : dc), dst, dstStep);
   } else {
     // The first nine coefficients of the zigzag scan all lie in the upper left 4 by 4.
-    InverseTransform(coefficients, count <= 9 ? 4 : kBlock, dst, dstStep);
+    transform(coefficients, count <= 9 ? 4 : kBlock, dst, dstStep);
   }
   return PrimStsNoErr;
 }
-
-constexpr IDCT8x8Fn kIDCT8x8[kPrimSlotCount] = {idct8x8_c, idct8x8_c, idct8x8_c, idct8x8_c, idct8x8_c, idct8x8_c};
-
-}  // namespace
 
 int PrimIDCT8x8(const int16_t* coefficients, uint8_t* dst, int dstStep, int count) {
   return kIDCT8x8[g_primSlot](coefficients, dst, dstStep, count);

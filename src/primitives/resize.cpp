@@ -27,6 +27,7 @@
 
 #include "primitives/dispatch.h"
 #include "primitives/prim_resize.h"
+#include "primitives/resize_rows.h"
 
 namespace {
 
@@ -319,32 +320,32 @@ void WidenRow(const uint8_t* __restrict row, float* __restrict out, int count) {
   for (int i = 0; i < count; ++i) out[i] = row[i];
 }
 
-// out[i] = sum over k of x.Weight(i, k) * row[start[i] + k], left to right,
-// where row[c] is columns[c - first].
 template <int kTaps>
-void FilterRowWith(const float* columns, int first, const AxisFilter& x, float* __restrict out) {
-  const int taps = kTaps != 0 ? kTaps : x.taps;
-  for (int i = 0; i < x.count; ++i) {
-    const float* s = columns + (x.start[i] - first);
+void FilterRowWith(const float* columns, int first, const int32_t* start, const float* weight, int stride, int count,
+                   int runtimeTaps, float* __restrict out) {
+  const int taps = kTaps != 0 ? kTaps : runtimeTaps;
+  for (int i = 0; i < count; ++i) {
+    const float* s = columns + (start[i] - first);
     float sum = 0;
-    for (int k = 0; k < taps; ++k) sum += x.weight[static_cast<size_t>(k) * x.count + i] * s[k];
+    for (int k = 0; k < taps; ++k) sum += weight[static_cast<size_t>(k) * stride + i] * s[k];
     out[i] = sum;
   }
 }
 
-void FilterRow(const float* columns, int first, const AxisFilter& x, float* out) {
-  switch (x.taps) {
+void FilterRow(const float* columns, int first, const int32_t* start, const float* weight, int stride, int count,
+               int taps, float* out) {
+  switch (taps) {
     case 2:
-      FilterRowWith<2>(columns, first, x, out);
+      FilterRowWith<2>(columns, first, start, weight, stride, count, taps, out);
       break;
     case 3:
-      FilterRowWith<3>(columns, first, x, out);
+      FilterRowWith<3>(columns, first, start, weight, stride, count, taps, out);
       break;
     case 4:
-      FilterRowWith<4>(columns, first, x, out);
+      FilterRowWith<4>(columns, first, start, weight, stride, count, taps, out);
       break;
     default:
-      FilterRowWith<0>(columns, first, x, out);
+      FilterRowWith<0>(columns, first, start, weight, stride, count, taps, out);
       break;
   }
 }
@@ -352,9 +353,12 @@ void FilterRow(const float* columns, int first, const AxisFilter& x, float* out)
 // accumulator = (accumulator +) w0 row0 + w1 row1 + ..., kRows rows summed
 // left to right in one pass; rows past kRows are not read.
 template <int kRows, bool kAdd, typename T>
-void AddWeightedRows(const T* __restrict r0, const T* __restrict r1, const T* __restrict r2, const T* __restrict r3,
-                     const float* w, float* __restrict accumulator, int count) {
-  const float w0 = w[0], w1 = w[1], w2 = w[2], w3 = w[3];
+void AddWeightedRows(const T* const* rows, const float* w, float* __restrict accumulator, int count) {
+  const T* __restrict r0 = rows[0];
+  const T* __restrict r1 = rows[kRows > 1 ? 1 : 0];
+  const T* __restrict r2 = rows[kRows > 2 ? 2 : 0];
+  const T* __restrict r3 = rows[kRows > 3 ? 3 : 0];
+  const float w0 = w[0], w1 = w[kRows > 1 ? 1 : 0], w2 = w[kRows > 2 ? 2 : 0], w3 = w[kRows > 3 ? 3 : 0];
   for (int i = 0; i < count; ++i) {
     float sum = kAdd ? accumulator[i] + w0 * r0[i] : w0 * r0[i];
     if constexpr (kRows > 1) sum += w1 * r1[i];
@@ -362,6 +366,40 @@ void AddWeightedRows(const T* __restrict r0, const T* __restrict r1, const T* __
     if constexpr (kRows > 3) sum += w3 * r3[i];
     accumulator[i] = sum;
   }
+}
+
+template <typename T>
+void AddRows(const T* const* rows, const float* weights, int rowCount, bool add, float* accumulator, int count) {
+  switch (rowCount * 2 + (add ? 1 : 0)) {
+    case 2: AddWeightedRows<1, false>(rows, weights, accumulator, count); break;
+    case 3: AddWeightedRows<1, true>(rows, weights, accumulator, count); break;
+    case 4: AddWeightedRows<2, false>(rows, weights, accumulator, count); break;
+    case 5: AddWeightedRows<2, true>(rows, weights, accumulator, count); break;
+    case 6: AddWeightedRows<3, false>(rows, weights, accumulator, count); break;
+    case 7: AddWeightedRows<3, true>(rows, weights, accumulator, count); break;
+    case 8: AddWeightedRows<4, false>(rows, weights, accumulator, count); break;
+    default: AddWeightedRows<4, true>(rows, weights, accumulator, count); break;
+  }
+}
+
+// Rounds half up and clips to a byte. The sums stay far inside the range of
+// int (at most 255 times the sum of the weights' magnitudes), so clipping
+// after the conversion is the same as before it, and vectorises.
+void StoreRow(const float* __restrict accumulator, float scale, uint8_t* __restrict dst, int count) {
+  for (int i = 0; i < count; ++i) {
+    const int value = static_cast<int>(accumulator[i] * scale + 0.5f);
+    dst[i] = static_cast<uint8_t>(std::clamp(value, 0, 255));
+  }
+}
+
+}  // namespace
+
+const ResizeRowKernels kResizeRowsC = {WidenRow, FilterRow, AddRows<uint8_t>, AddRows<float>, StoreRow};
+
+namespace {
+
+void FilterRow(const ResizeRowKernels& kernels, const float* columns, int first, const AxisFilter& x, float* out) {
+  kernels.filter(columns, first, x.start, x.weight, x.count, x.count, x.taps, out);
 }
 
 // Up to four weighted rows, added in one pass.
@@ -375,17 +413,11 @@ class RowGroup {
     weights_[size_++] = weight;
   }
   // Adds the group into the accumulator, or starts it when `add` is false.
-  void AddTo(float* accumulator, int count, bool add) {
-    const T* const* r = rows_;
-    switch (size_ * 2 + (add ? 1 : 0)) {
-      case 2: AddWeightedRows<1, false>(r[0], r[0], r[0], r[0], weights_, accumulator, count); break;
-      case 3: AddWeightedRows<1, true>(r[0], r[0], r[0], r[0], weights_, accumulator, count); break;
-      case 4: AddWeightedRows<2, false>(r[0], r[1], r[0], r[0], weights_, accumulator, count); break;
-      case 5: AddWeightedRows<2, true>(r[0], r[1], r[0], r[0], weights_, accumulator, count); break;
-      case 6: AddWeightedRows<3, false>(r[0], r[1], r[2], r[0], weights_, accumulator, count); break;
-      case 7: AddWeightedRows<3, true>(r[0], r[1], r[2], r[0], weights_, accumulator, count); break;
-      case 8: AddWeightedRows<4, false>(r[0], r[1], r[2], r[3], weights_, accumulator, count); break;
-      default: AddWeightedRows<4, true>(r[0], r[1], r[2], r[3], weights_, accumulator, count); break;
+  void AddTo(const ResizeRowKernels& kernels, float* accumulator, int count, bool add) {
+    if constexpr (std::is_same_v<T, uint8_t>) {
+      kernels.addByteRows(rows_, weights_, size_, add, accumulator, count);
+    } else {
+      kernels.addFloatRows(rows_, weights_, size_, add, accumulator, count);
     }
     size_ = 0;
   }
@@ -401,7 +433,8 @@ class RowGroup {
 // a tap of nonzero weight: kernel weights sum to 1, and a box is at least
 // one pixel wide.
 template <typename RowSource>
-void SumRows(const AxisFilter& y, int i, const RowSource& rowOf, float* accumulator, int count) {
+void SumRows(const ResizeRowKernels& kernels, const AxisFilter& y, int i, const RowSource& rowOf, float* accumulator,
+             int count) {
   using Element = std::remove_cv_t<std::remove_pointer_t<decltype(rowOf(0))>>;
   RowGroup<Element> group;
   bool started = false;
@@ -410,44 +443,36 @@ void SumRows(const AxisFilter& y, int i, const RowSource& rowOf, float* accumula
     if (weight == 0) continue;
     group.Push(rowOf(y.start[i] + k), weight);
     if (group.Full()) {
-      group.AddTo(accumulator, count, started);
+      group.AddTo(kernels, accumulator, count, started);
       started = true;
     }
   }
-  if (!group.Empty()) group.AddTo(accumulator, count, started);
-}
-
-// Rounds half up and clips to a byte. The sums stay far inside the range of
-// int (at most 255 times the sum of the weights' magnitudes), so clipping
-// after the conversion is the same as before it, and vectorises.
-void StoreRow(const float* __restrict accumulator, float scale, uint8_t* __restrict dst, int count) {
-  for (int i = 0; i < count; ++i) {
-    const int value = static_cast<int>(accumulator[i] * scale + 0.5f);
-    dst[i] = static_cast<uint8_t>(std::clamp(value, 0, 255));
-  }
+  if (!group.Empty()) group.AddTo(kernels, accumulator, count, started);
 }
 
 // The horizontally filtered source rows: row r lives in slot r mod the
 // number of slots, which holds every row of one destination row at once.
 class RowRing {
  public:
-  RowRing(float* rows, int slots, float* sourceRow, const uint8_t* src, int srcStep, const AxisFilter& x)
-      : rows_(rows), slots_(slots), sourceRow_(sourceRow), columns_(ColumnsRead(x)), src_(src), srcStep_(srcStep),
-        x_(x) {
+  RowRing(const ResizeRowKernels& kernels, float* rows, int slots, float* sourceRow, const uint8_t* src, int srcStep,
+          const AxisFilter& x)
+      : kernels_(kernels), rows_(rows), slots_(slots), sourceRow_(sourceRow), columns_(ColumnsRead(x)), src_(src),
+        srcStep_(srcStep), x_(x) {
     std::fill_n(held_, slots, -1);
   }
   const float* Row(int r) {
     const int slot = r % slots_;
     float* row = rows_ + static_cast<size_t>(slot) * x_.count;
     if (held_[slot] != r) {
-      WidenRow(src_ + static_cast<ptrdiff_t>(r) * srcStep_ + columns_.first, sourceRow_, columns_.length);
-      FilterRow(sourceRow_, columns_.first, x_, row);
+      kernels_.widen(src_ + static_cast<ptrdiff_t>(r) * srcStep_ + columns_.first, sourceRow_, columns_.length);
+      FilterRow(kernels_, sourceRow_, columns_.first, x_, row);
       held_[slot] = r;
     }
     return row;
   }
 
  private:
+  const ResizeRowKernels& kernels_;
   float* rows_;
   int slots_;
   float* sourceRow_;
@@ -459,30 +484,32 @@ class RowRing {
 };
 
 // Destination row after row: the ring's rows weighted vertically.
-void ResizeByKernel(const uint8_t* src, int srcStep, const AxisFilter& x, const AxisFilter& y, uint8_t* dst,
-                    int dstStep, uint8_t* buffer, const BufferPlan& plan) {
-  RowRing ring(reinterpret_cast<float*>(buffer + plan.ring), plan.ringRows,
+void ResizeByKernel(const ResizeRowKernels& kernels, const uint8_t* src, int srcStep, const AxisFilter& x,
+                    const AxisFilter& y, uint8_t* dst, int dstStep, uint8_t* buffer, const BufferPlan& plan) {
+  RowRing ring(kernels, reinterpret_cast<float*>(buffer + plan.ring), plan.ringRows,
                reinterpret_cast<float*>(buffer + plan.sourceRow), src, srcStep, x);
   float* accumulator = reinterpret_cast<float*>(buffer + plan.accumulator);
   for (int i = 0; i < y.count; ++i) {
-    SumRows(y, i, [&ring](int r) { return ring.Row(r); }, accumulator, x.count);
-    StoreRow(accumulator, 1.0f, dst + static_cast<ptrdiff_t>(i) * dstStep, x.count);
+    SumRows(kernels, y, i, [&ring](int r) { return ring.Row(r); }, accumulator, x.count);
+    kernels.store(accumulator, 1.0f, dst + static_cast<ptrdiff_t>(i) * dstStep, x.count);
   }
 }
 
 // Destination row after row: the box's rows summed column by column, then
 // the columns of each box, times the product of the factors.
-void ResizeBySupersampling(const uint8_t* src, int srcStep, const AxisFilter& x, const AxisFilter& y, uint8_t* dst,
-                           int dstStep, float scale, uint8_t* buffer, const BufferPlan& plan) {
+void ResizeBySupersampling(const ResizeRowKernels& kernels, const uint8_t* src, int srcStep, const AxisFilter& x,
+                           const AxisFilter& y, uint8_t* dst, int dstStep, float scale, uint8_t* buffer,
+                           const BufferPlan& plan) {
   const ColumnSpan span = ColumnsRead(x);
   float* columns = reinterpret_cast<float*>(buffer + plan.sourceRow);
   float* accumulator = reinterpret_cast<float*>(buffer + plan.accumulator);
   const uint8_t* first = src + span.first;
   for (int i = 0; i < y.count; ++i) {
-    SumRows(y, i, [first, srcStep](int r) { return first + static_cast<ptrdiff_t>(r) * srcStep; }, columns,
-            span.length);
-    FilterRow(columns, span.first, x, accumulator);
-    StoreRow(accumulator, scale, dst + static_cast<ptrdiff_t>(i) * dstStep, x.count);
+    SumRows(
+        kernels, y, i, [first, srcStep](int r) { return first + static_cast<ptrdiff_t>(r) * srcStep; }, columns,
+        span.length);
+    FilterRow(kernels, columns, span.first, x, accumulator);
+    kernels.store(accumulator, scale, dst + static_cast<ptrdiff_t>(i) * dstStep, x.count);
   }
 }
 
@@ -513,6 +540,18 @@ using ResizePlaneFn = int (*)(const uint8_t* src, int srcWidth, int srcHeight, i
 int resize_plane_c(const uint8_t* src, int srcWidth, int srcHeight, int srcStep, PlaneRect srcRect, uint8_t* dst,
                    int dstStep, PlaneRect dstRect, double xFactor, double yFactor, double xShift, double yShift,
                    int interpolation, uint8_t* buffer) {
+  return ResizePlaneWith(kResizeRowsC, src, srcWidth, srcHeight, srcStep, srcRect, dst, dstStep, dstRect, xFactor,
+                         yFactor, xShift, yShift, interpolation, buffer);
+}
+
+constexpr ResizePlaneFn kResizePlane[kPrimSlotCount] = {resize_plane_c, resize_plane_c,     resize_plane_c,
+                                                        resize_plane_c, resize_plane_sse41, resize_plane_avx};
+
+}  // namespace
+
+int ResizePlaneWith(const ResizeRowKernels& kernels, const uint8_t* src, int srcWidth, int srcHeight, int srcStep,
+                    PlaneRect srcRect, uint8_t* dst, int dstStep, PlaneRect dstRect, double xFactor, double yFactor,
+                    double xShift, double yShift, int interpolation, uint8_t* buffer) {
   if (src == nullptr || dst == nullptr || buffer == nullptr) return PrimStsNullPtrErr;
   if (srcWidth <= 0 || srcHeight <= 0 || !IsValidRect(srcRect) || !IsValidRect(dstRect)) return PrimStsSizeErr;
   if (!(xFactor > 0) || !(yFactor > 0)) return PrimStsResizeFactorErr;
@@ -535,20 +574,15 @@ int resize_plane_c(const uint8_t* src, int srcWidth, int srcHeight, int srcStep,
     BuildBoxAxis(x, columns, xFactor, xShift, srcRect.x, srcRect.x + clippedWidth);
     BuildBoxAxis(y, rows, yFactor, yShift, srcRect.y, srcRect.y + clippedHeight);
     const auto scale = static_cast<float>(xFactor * yFactor);
-    ResizeBySupersampling(src, srcStep, x, y, target, dstStep, scale, buffer, plan);
+    ResizeBySupersampling(kernels, src, srcStep, x, y, target, dstStep, scale, buffer, plan);
   } else {
     const int code = SubstituteCode(requested, srcWidth, srcHeight);
     BuildKernelAxis(x, columns, code, xFactor, xShift, srcWidth);
     BuildKernelAxis(y, rows, code, yFactor, yShift, srcHeight);
-    ResizeByKernel(src, srcStep, x, y, target, dstStep, buffer, plan);
+    ResizeByKernel(kernels, src, srcStep, x, y, target, dstStep, buffer, plan);
   }
   return PrimStsNoErr;
 }
-
-constexpr ResizePlaneFn kResizePlane[kPrimSlotCount] = {resize_plane_c, resize_plane_c, resize_plane_c,
-                                                        resize_plane_c, resize_plane_c, resize_plane_c};
-
-}  // namespace
 
 int PrimResizeGetBufferSize(PlaneRect srcRect, PlaneRect dstRect, int channels, int interpolation, int32_t* size) {
   return kResizeGetBufferSize[g_primSlot](srcRect, dstRect, channels, interpolation, size);

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include <cmath>
 #include <cstdint>
 #include <fstream>
@@ -143,6 +145,24 @@ TEST_F(AudioLimiterTest, SignalBelowThresholdPassesThrough) {
     ASSERT_TRUE(out[i] == in[i] || out[i] == in[i] - (in[i] > 0 ? 1 : -1)) << i << ": " << in[i] << " " << out[i];
   }
   EXPECT_EQ(limiter->GetLimitedSamples(), 0);
+}
+
+// Unlimited samples take the way through doubles exactly as the scalar
+// formula does, whatever their position in a block of odd length (the
+// stereo loops work two samples at a time).
+TEST_F(AudioLimiterTest, UnlimitedStereoSamplesFollowTheScalarFormula) {
+  auto limiter = Make();
+  std::mt19937 rng(29);
+  std::uniform_int_distribution<int> sample(-16400, 16400);
+  Samples block(2 * 777);
+  for (auto& s : block) s = static_cast<int16_t>(sample(rng));
+  const CAudioFrame frame = PcmFrame(block, 2, 1);
+  limiter->ProcessAudioFrame(&frame);
+  const CAudioFrame* out = limiter->ProcessAudioFrame(nullptr);
+  ASSERT_NE(out, nullptr);
+  Samples expected(block.size());
+  std::transform(block.begin(), block.end(), expected.begin(), [](int16_t s) { return Limited(s, 0.0); });
+  EXPECT_EQ(PcmSamples(*out), expected);
 }
 
 TEST_F(AudioLimiterTest, HeldFullScaleComesOutAtTheCeiling) {

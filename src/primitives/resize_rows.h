@@ -1,0 +1,44 @@
+// The row kernels of the plane resize: the loops over a row's pixels, which
+// the faster variants replace. The geometry (axis tables, row order) is
+// computed once, in portable code, by ResizePlaneWith; each variant supplies
+// only these loops, and every one of them gives the same floats as the
+// portable kernel: the same products and sums, in the same order, in single
+// precision, with no fused multiply-add.
+#pragma once
+
+#include <cstdint>
+
+#include "primitives/prim_resize.h"
+
+struct ResizeRowKernels {
+  // out[i] = row[i].
+  void (*widen)(const uint8_t* row, float* out, int count);
+  // out[i] = 0 + weight[0 * stride + i] * c[start[i]] + weight[1 * stride + i] * c[start[i] + 1] + ...,
+  // `taps` terms summed left to right, where c[n] is columns[n - first].
+  // The kernel may read up to 3 floats past the last window.
+  void (*filter)(const float* columns, int first, const int32_t* start, const float* weight, int stride, int count,
+                 int taps, float* out);
+  // accumulator[i] = (accumulator[i] +) weights[0] * rows[0][i] + weights[1] * rows[1][i] + ..., `rowCount`
+  // rows (1 to 4) summed left to right; the accumulator is read only when `add` is set.
+  void (*addByteRows)(const uint8_t* const* rows, const float* weights, int rowCount, bool add, float* accumulator,
+                      int count);
+  void (*addFloatRows)(const float* const* rows, const float* weights, int rowCount, bool add, float* accumulator,
+                       int count);
+  // dst[i] = the int of accumulator[i] * scale + 0.5 (towards zero), clipped to 0..255.
+  void (*store)(const float* accumulator, float scale, uint8_t* dst, int count);
+};
+
+// The portable kernels; the variants finish their rows' last partial vectors with them.
+extern const ResizeRowKernels kResizeRowsC;
+
+// PrimResizePlane over the given row kernels.
+int ResizePlaneWith(const ResizeRowKernels& kernels, const uint8_t* src, int srcWidth, int srcHeight, int srcStep,
+                    PlaneRect srcRect, uint8_t* dst, int dstStep, PlaneRect dstRect, double xFactor, double yFactor,
+                    double xShift, double yShift, int interpolation, uint8_t* buffer);
+
+int resize_plane_sse41(const uint8_t* src, int srcWidth, int srcHeight, int srcStep, PlaneRect srcRect, uint8_t* dst,
+                       int dstStep, PlaneRect dstRect, double xFactor, double yFactor, double xShift, double yShift,
+                       int interpolation, uint8_t* buffer);
+int resize_plane_avx(const uint8_t* src, int srcWidth, int srcHeight, int srcStep, PlaneRect srcRect, uint8_t* dst,
+                     int dstStep, PlaneRect dstRect, double xFactor, double yFactor, double xShift, double yShift,
+                     int interpolation, uint8_t* buffer);

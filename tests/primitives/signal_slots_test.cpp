@@ -1,0 +1,213 @@
+// Every slot this processor supports against slot 0, for the resize, the FFT
+// pair, the spectrum product and the inverse DCT: the same seeded inputs
+// through both, and the outputs compared byte for byte (doubles bit for bit).
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <functional>
+#include <numeric>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "primitives/prim.h"
+#include "test_image.h"
+
+namespace {
+
+using prim_test::TestImage;
+
+class SignalSlotTest : public ::testing::TestWithParam<int> {
+ protected:
+  void SetUp() override {
+    if (GetParam() > PrimHighestSupportedSlot()) GTEST_SKIP() << "this processor cannot run slot " << GetParam();
+  }
+  void TearDown() override { PrimInit(); }
+
+  // Runs `work` in slot 0, then in the slot under test, checking that the
+  // slot was really selected.
+  template <typename Work>
+  void InBothSlots(const Work& work) {
+    ASSERT_TRUE(PrimForceSlot(0));
+    work(0);
+    ASSERT_TRUE(PrimForceSlot(GetParam()));
+    ASSERT_EQ(g_primSlot, GetParam());
+    work(1);
+  }
+};
+
+struct ResizeCase {
+  int srcWidth, srcHeight, srcPadding, dstWidth, dstHeight, dstPadding;
+  PlaneRect srcRect, dstRect;
+  double xFactor, yFactor, xShift, yShift;
+  int code;
+};
+
+std::string Describe(const ResizeCase& c) {
+  return "code " + std::to_string(c.code) + ", source " + std::to_string(c.srcWidth) + "x" +
+         std::to_string(c.srcHeight) + " + " + std::to_string(c.srcPadding) + ", rect " + std::to_string(c.srcRect.x) +
+         "," + std::to_string(c.srcRect.y) + " " + std::to_string(c.srcRect.width) + "x" +
+         std::to_string(c.srcRect.height) + ", destination " + std::to_string(c.dstWidth) + "x" +
+         std::to_string(c.dstHeight) + ", factors " + std::to_string(c.xFactor) + " " + std::to_string(c.yFactor);
+}
+
+// Random geometry: widths up to 2000 (mostly small, to keep the sanitizer
+// run short), odd sizes, padded and unpadded strides (an odd padding puts
+// every row but the first off alignment), rectangles inside and across the
+// planes' edges, sub-pixel shifts.
+ResizeCase RandomResizeCase(std::mt19937& random, int code) {
+  auto uniform = [&random](int low, int high) { return std::uniform_int_distribution<int>(low, high)(random); };
+  auto real = [&random](double low, double high) { return std::uniform_real_distribution<double>(low, high)(random); };
+  ResizeCase c{};
+  c.code = code;
+  c.srcWidth = uniform(0, 9) == 0 ? uniform(1, 2000) : uniform(1, 300);
+  c.srcHeight = uniform(1, 24);
+  c.srcPadding = uniform(0, 2) == 0 ? 0 : uniform(1, 37);
+  c.srcRect = {uniform(0, c.srcWidth / 4), uniform(0, c.srcHeight / 4), uniform(1, c.srcWidth + 3),
+               uniform(1, c.srcHeight + 2)};
+  const bool reduce = code == PrimInterSuper || uniform(0, 1) == 0;
+  c.xFactor = reduce ? real(0.05, 1.0) : real(1.0, 3.0);
+  c.yFactor = reduce ? real(0.1, 1.0) : real(1.0, 3.0);
+  if (uniform(0, 3) == 0) {
+    c.xShift = real(-2, 2);
+    c.yShift = real(-2, 2);
+  }
+  c.dstWidth = std::max(1, static_cast<int>(c.srcWidth * c.xFactor) + uniform(0, 5));
+  c.dstHeight = std::max(1, static_cast<int>(c.srcHeight * c.yFactor) + uniform(0, 3));
+  c.dstPadding = uniform(0, 2) == 0 ? 0 : uniform(1, 19);
+  c.dstRect = {uniform(0, 3), uniform(0, 2), c.dstWidth, c.dstHeight};
+  // The destination plane holds its rectangle.
+  c.dstWidth += c.dstRect.x;
+  c.dstHeight += c.dstRect.y;
+  return c;
+}
+
+TEST_P(SignalSlotTest, ResizePlaneGivesTheSameBytes) {
+  std::mt19937 random(1000 + GetParam());
+  const int codes[] = {PrimInterCubic, PrimInterSuper, PrimInterLinear, PrimInterLanczos, PrimInterCatmullRom};
+  for (int trial = 0; trial < 150; ++trial) {
+    const ResizeCase c = RandomResizeCase(random, codes[trial % 5]);
+    SCOPED_TRACE(Describe(c));
+    TestImage src(c.srcWidth, c.srcHeight, c.srcPadding);
+    src.FillRandom(random);
+    TestImage dst[2] = {{c.dstWidth, c.dstHeight, c.dstPadding}, {c.dstWidth, c.dstHeight, c.dstPadding}};
+    int status[2];
+    InBothSlots([&](int run) {
+      int32_t size = 0;
+      ASSERT_EQ(PrimResizeGetBufferSize(c.srcRect, c.dstRect, 1, c.code, &size), PrimStsNoErr);
+      std::vector<uint8_t> buffer(static_cast<size_t>(size));
+      status[run] = PrimResizePlane(src.data(), c.srcWidth, c.srcHeight, src.step(), c.srcRect, dst[run].data(),
+                                    dst[run].step(), c.dstRect, c.xFactor, c.yFactor, c.xShift, c.yShift, c.code,
+                                    buffer.data());
+    });
+    ASSERT_EQ(status[0], status[1]);
+    int differing = 0;
+    for (int y = 0; y < c.dstHeight; ++y) {
+      for (int x = 0; x < c.dstWidth; ++x) differing += dst[0].at(x, y) != dst[1].at(x, y);
+    }
+    ASSERT_EQ(differing, 0);
+    ASSERT_TRUE(dst[1].GuardsIntact());
+  }
+}
+
+// The 1920 by 1080 to 720 by 480 crop of the benchmark, whose rows fill whole
+// vectors, beside the random geometry above.
+TEST_P(SignalSlotTest, ResizeOfAFrameGivesTheSameBytes) {
+  std::mt19937 random(77);
+  TestImage src(1920, 1080);
+  src.FillRandom(random);
+  for (const int code : {PrimInterCubic, PrimInterSuper}) {
+    std::vector<uint8_t> out[2];
+    InBothSlots([&](int run) {
+      const PlaneRect srcRect{0, 0, 1920, 1080}, dstRect{0, 0, 720, 480};
+      int32_t size = 0;
+      ASSERT_EQ(PrimResizeGetBufferSize(srcRect, dstRect, 1, code, &size), PrimStsNoErr);
+      std::vector<uint8_t> buffer(static_cast<size_t>(size));
+      out[run].assign(720 * 480, 0);
+      ASSERT_EQ(PrimResizePlane(src.data(), 1920, 1080, src.step(), srcRect, out[run].data(), 720, dstRect,
+                                720.0 / 1920, 480.0 / 1080, 0, 0, code, buffer.data()),
+                PrimStsNoErr);
+    });
+    EXPECT_EQ(std::inner_product(out[0].begin(), out[0].end(), out[1].begin(), 0, std::plus<>(), std::not_equal_to<>()),
+              0)
+        << "differing bytes, code " << code;
+  }
+}
+
+std::vector<double> RandomSignal(std::mt19937& random, size_t length) {
+  std::normal_distribution<double> normal(0, 1000);
+  std::vector<double> signal(length);
+  for (double& s : signal) s = normal(random);
+  return signal;
+}
+
+// The variants keep the portable order of operations and use no fused
+// multiply-add, so the doubles agree to the bit.
+TEST_P(SignalSlotTest, FFTPairGivesTheSameDoubles) {
+  std::mt19937 random(2000 + GetParam());
+  const int flags[] = {PrimFFTDivForwardByN, PrimFFTDivInverseByN, PrimFFTDivBySqrtN, PrimFFTNoDivByAny};
+  for (int order = 0; order <= 15; ++order) {
+    SCOPED_TRACE("order " + std::to_string(order));
+    const size_t n = size_t{1} << order;
+    const std::vector<double> signal = RandomSignal(random, n);
+    const int flag = flags[order % 4];
+    std::vector<double> spectrum[2], back[2];
+    InBothSlots([&](int run) {
+      PrimFFTSpec* spec = nullptr;
+      ASSERT_EQ(PrimFFTInitAlloc(&spec, order, flag, 0), PrimStsNoErr);
+      // An odd run lends its own work buffer, an even one lets the transform allocate.
+      std::vector<double> work(n + 1);
+      auto* buffer = order % 2 == 1 ? reinterpret_cast<uint8_t*>(work.data()) : nullptr;
+      spectrum[run].assign(n + 2, -1);
+      back[run].assign(n, -1);
+      EXPECT_EQ(PrimFFTForward(signal.data(), spectrum[run].data(), spec, buffer), PrimStsNoErr);
+      EXPECT_EQ(PrimFFTInverse(spectrum[run].data(), back[run].data(), spec, buffer), PrimStsNoErr);
+      PrimFFTFreeSpec(spec);
+    });
+    EXPECT_EQ(std::memcmp(spectrum[0].data(), spectrum[1].data(), spectrum[0].size() * sizeof(double)), 0);
+    EXPECT_EQ(std::memcmp(back[0].data(), back[1].data(), back[0].size() * sizeof(double)), 0);
+  }
+}
+
+TEST_P(SignalSlotTest, MulPackedSpectrumGivesTheSameDoubles) {
+  std::mt19937 random(3000 + GetParam());
+  for (int length : {1, 2, 3, 5, 8, 17, 1000, 1001, 8193}) {
+    const std::vector<double> factor = RandomSignal(random, 2 * length + 1);
+    const std::vector<double> start = RandomSignal(random, 2 * length + 1);
+    std::vector<double> product[2];
+    InBothSlots([&](int run) {
+      // The arrays start one double past a 16-byte boundary when length is odd.
+      product[run] = start;
+      const size_t offset = length % 2;
+      EXPECT_EQ(PrimMulPackedSpectrum(factor.data() + offset, product[run].data() + offset, length), PrimStsNoErr);
+    });
+    EXPECT_EQ(std::memcmp(product[0].data(), product[1].data(), product[0].size() * sizeof(double)), 0)
+        << "length " << length;
+  }
+}
+
+TEST_P(SignalSlotTest, IDCT8x8GivesTheSameBytes) {
+  std::mt19937 random(4000 + GetParam());
+  std::uniform_int_distribution<int> small(-300, 300), large(-32768, 32767);
+  for (int trial = 0; trial < 400; ++trial) {
+    int16_t coefficients[64];
+    for (int16_t& c : coefficients) c = static_cast<int16_t>(trial % 3 == 0 ? large(random) : small(random));
+    coefficients[0] = static_cast<int16_t>(trial % 3 == 0 ? large(random) : small(random) * 8 + 1024);
+    const int count = trial % 64 - 1;
+    const int step = 8 + trial % 5;
+    TestImage out[2] = {{8, 8, step - 8}, {8, 8, step - 8}};
+    out[0].Fill(0x11);
+    out[1].Fill(0x77);
+    InBothSlots([&](int run) { EXPECT_EQ(PrimIDCT8x8(coefficients, out[run].data(), step, count), PrimStsNoErr); });
+    for (int y = 0; y < 8; ++y) {
+      for (int x = 0; x < 8; ++x) ASSERT_EQ(out[0].at(x, y), out[1].at(x, y)) << "trial " << trial << " at " << x << "," << y;
+    }
+    ASSERT_TRUE(out[1].GuardsIntact());
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(EverySlot, SignalSlotTest, ::testing::Range(1, kPrimSlotCount),
+                         [](const ::testing::TestParamInfo<int>& info) { return "Slot" + std::to_string(info.param); });
+
+}  // namespace
