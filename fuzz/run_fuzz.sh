@@ -1,0 +1,78 @@
+#!/usr/bin/env bash
+# Runs every fuzz target built in BUILD for SECONDS each and prints, per
+# target, the inputs executed and the findings. Seeds come from tests/data/
+# (by the patterns below) and, where that has none, from small streams made
+# here. Each target keeps its growing corpus in BUILD/fuzz/corpus/<target> and
+# its crash, leak, timeout and out-of-memory inputs in BUILD/fuzz/findings/<target>.
+# Exits 1 when any target found something.
+set -uo pipefail
+
+build=${1:?usage: run_fuzz.sh BUILD SECONDS}
+seconds=${2:-60}
+root=$(cd "$(dirname "$0")/.." && pwd)
+data=$root/tests/data
+work=$build/fuzz
+
+# Files of tests/data/ that seed each target.
+declare -A seed_patterns=(
+  [y4m_reader_fuzz]="*.y4m"
+)
+
+quiet_ffmpeg() { ffmpeg -hide_banner -loglevel error -nostdin -y "$@"; }
+
+# Seeds made for a target whose patterns match nothing in tests/data/.
+generate_seeds() {
+  local target=$1 dir=$2
+  case $target in
+    y4m_reader_fuzz)
+      quiet_ffmpeg -f lavfi -i testsrc=size=16x8:rate=25 -frames:v 2 -pix_fmt yuv420p "$dir/420.y4m"
+      quiet_ffmpeg -f lavfi -i testsrc=size=7x5:rate=30000/1001 -frames:v 1 -pix_fmt yuv422p "$dir/422.y4m"
+      quiet_ffmpeg -f lavfi -i testsrc=size=8x4:rate=25 -frames:v 1 -pix_fmt yuv444p -vf setfield=tff "$dir/444.y4m"
+      ;;
+  esac
+}
+
+collect_seeds() {
+  local target=$1 dir=$2 pattern file
+  rm -rf "$dir" && mkdir -p "$dir"
+  for pattern in ${seed_patterns[$target]:-}; do
+    for file in "$data"/$pattern "$data"/*/$pattern; do
+      [ -f "$file" ] && cp "$file" "$dir/"
+    done
+  done
+  [ -z "$(ls -A "$dir")" ] && generate_seeds "$target" "$dir"
+  ls -A "$dir" | wc -l
+}
+
+shopt -s nullglob
+targets=("$build"/bin/*_fuzz)
+[ ${#targets[@]} -eq 0 ] && { echo "run_fuzz: no fuzz targets in $build/bin" >&2; exit 2; }
+
+total_findings=0
+summary=()
+for binary in "${targets[@]}"; do
+  target=$(basename "$binary")
+  corpus=$work/corpus/$target
+  findings=$work/findings/$target
+  seeds=$work/seeds/$target
+  log=$work/logs/$target.log
+  mkdir -p "$corpus" "$findings" "$(dirname "$log")"
+  seed_count=$(collect_seeds "$target" "$seeds")
+  before=$(ls -A "$findings" | wc -l)
+  echo "== $target: ${seconds}s from $seed_count seeds"
+  # Fork mode with the ignore flags goes on after a finding, so one run counts all of them.
+  "$binary" "$corpus" "$seeds" -fork=1 -ignore_crashes=1 -ignore_timeouts=1 -ignore_ooms=1 \
+    -max_total_time="$seconds" -timeout=10 -rss_limit_mb=3072 -artifact_prefix="$findings/" \
+    -print_final_stats=1 >"$log" 2>&1
+  executions=$(grep -oE '^#[0-9]+' "$log" | tail -n 1 | tr -d '#')
+  found=$(( $(ls -A "$findings" | wc -l) - before ))
+  total_findings=$((total_findings + found))
+  summary+=("$(printf '%-28s %12s executions %4d findings  (%s)' "$target" "${executions:-0}" "$found" "$log")")
+done
+
+echo
+printf '%s\n' "${summary[@]}"
+if [ "$total_findings" -gt 0 ]; then
+  echo "run_fuzz: $total_findings new findings, inputs kept under $work/findings/" >&2
+  exit 1
+fi
