@@ -4,6 +4,7 @@ ASAN_BUILD ?= build-asan
 BENCH_BUILD ?= build-bench
 FUZZ_BUILD ?= build-fuzz
 FUZZ_SECONDS ?= 60
+FUZZ_TARGETS ?=
 SOAK_SECONDS ?= 3600
 JOBS       ?= $(shell nproc)
 CMAKE_FLAGS ?=
@@ -36,11 +37,11 @@ bench: deps
 	@mkdir -p $(BUILD)
 	$(BENCH_BUILD)/bin/corvane_bench --tsv=$(BUILD)/bench-results.tsv
 
-# libFuzzer targets in their own Clang configuration, FUZZ_SECONDS each.
+# libFuzzer targets in their own Clang configuration, FUZZ_SECONDS each (all, or FUZZ_TARGETS).
 fuzz: deps
 	@cmake -S . -B $(FUZZ_BUILD) -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCORVANE_BUILD_TESTS=OFF -DCORVANE_BUILD_FUZZ=ON >/dev/null
 	@cmake --build $(FUZZ_BUILD) -j $(JOBS)
-	fuzz/run_fuzz.sh $(FUZZ_BUILD) $(FUZZ_SECONDS)
+	fuzz/run_fuzz.sh $(FUZZ_BUILD) $(FUZZ_SECONDS) $(FUZZ_TARGETS)
 
 # The whole suite under valgrind memcheck, the tool's processes included.
 memcheck: build

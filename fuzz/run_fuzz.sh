@@ -4,11 +4,13 @@
 # (by the patterns below) and, where that has none, from small streams made
 # here. Each target keeps its growing corpus in BUILD/fuzz/corpus/<target> and
 # its crash, leak, timeout and out-of-memory inputs in BUILD/fuzz/findings/<target>.
-# Exits 1 when any target found something.
+# Names after SECONDS limit the run to those targets. Exits 1 when any target
+# found something.
 set -uo pipefail
 
-build=${1:?usage: run_fuzz.sh BUILD SECONDS}
+build=${1:?usage: run_fuzz.sh BUILD SECONDS [TARGET...]}
 seconds=${2:-60}
+shift 2 || shift $#
 root=$(cd "$(dirname "$0")/.." && pwd)
 data=$root/tests/data
 work=$build/fuzz
@@ -29,6 +31,10 @@ generate_seeds() {
       quiet_ffmpeg -f lavfi -i testsrc=size=7x5:rate=30000/1001 -frames:v 1 -pix_fmt yuv422p "$dir/422.y4m"
       quiet_ffmpeg -f lavfi -i testsrc=size=8x4:rate=25 -frames:v 1 -pix_fmt yuv444p -vf setfield=tff "$dir/444.y4m"
       ;;
+    startup_files_fuzz)
+      printf 'organization=Org\r\napplication=App\nlp=7\n' >"$dir/redirect.ini"
+      printf '; settings\n[StartUp]\nLanguageCode = DEU\n[Other]\nx=1\n' >"$dir/registry.ini"
+      ;;
   esac
 }
 
@@ -45,7 +51,12 @@ collect_seeds() {
 }
 
 shopt -s nullglob
-targets=("$build"/bin/*_fuzz)
+if [ $# -gt 0 ]; then
+  targets=()
+  for name in "$@"; do targets+=("$build/bin/$name"); done
+else
+  targets=("$build"/bin/*_fuzz)
+fi
 [ ${#targets[@]} -eq 0 ] && { echo "run_fuzz: no fuzz targets in $build/bin" >&2; exit 2; }
 
 total_findings=0
