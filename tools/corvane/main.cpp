@@ -1,4 +1,7 @@
 // corvane: drives every subsystem of the library on real files.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -13,14 +16,29 @@ using corvane::tool::FindCommand;
 
 namespace {
 
-// The library logs its start-up line while it is loaded, before main runs.
-// Standard error belongs to the tool's own messages, so unless the user names
-// a log file in CORVANE_LOG, the library's log lines are dropped. This must run
-// before the shared libraries' initialisers: the executable's pre-init array is
-// the one place that does.
-void QuietLibraryLog(int, char**, char**) { setenv("CORVANE_LOG", "/dev/null", 0); }
-__attribute__((section(".preinit_array"), used)) void (*const g_quietLibraryLog)(int, char**, char**) =
-    QuietLibraryLog;
+// The library logs its start-up line while it is loaded, before main runs,
+// and by default to standard error, which belongs to the tool's own messages.
+// Unless the user names a log file in CORVANE_LOG, standard error is parked
+// on /dev/null from the executable's pre-init array (the one hook that runs
+// before the shared libraries' initialisers) until main restores it.
+int g_parkedStandardError = -1;
+
+void ParkStandardError(int, char**, char**) {
+  if (getenv("CORVANE_LOG") != nullptr) return;
+  const int quiet = open("/dev/null", O_WRONLY);
+  if (quiet < 0) return;
+  g_parkedStandardError = dup(STDERR_FILENO);
+  dup2(quiet, STDERR_FILENO);
+  close(quiet);
+}
+__attribute__((section(".preinit_array"), used)) void (*const g_parkStandardError)(int, char**, char**) =
+    ParkStandardError;
+
+void RestoreStandardError() {
+  if (g_parkedStandardError < 0) return;
+  dup2(g_parkedStandardError, STDERR_FILENO);
+  close(g_parkedStandardError);
+}
 
 void PrintCommandList(FILE* out) {
   std::fprintf(out, "usage: corvane COMMAND [ARGS]   (corvane COMMAND --help for its options)\n\ncommands:\n");
@@ -39,6 +57,7 @@ bool WantsHelp(const std::vector<std::string>& args) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  RestoreStandardError();
   if (argc < 2 || std::string(argv[1]) == "--help" || std::string(argv[1]) == "help") {
     PrintCommandList(argc < 2 ? stderr : stdout);
     return argc < 2 ? 2 : 0;

@@ -1,0 +1,527 @@
+#include "deinterlace/smart_field_deinterlacer.h"
+
+#include <algorithm>
+#include <cinttypes>
+#include <cstddef>
+#include <cstdio>
+#include <cstring>
+
+#include "deinterlace/status_font.h"
+#include "platform/buffer_alloc.h"
+#include "platform/logger.h"
+
+// The row kernels below are plain loops over restrict-qualified rows with
+// selects instead of branches, so that the compiler vectorises them.
+namespace {
+
+constexpr uint8_t kMarked = 255;
+// A block with more hits than this makes the frame combed.
+constexpr int32_t kCombedBlockHits = 15;
+constexpr int kBlockColumnsShift = 2;  // blocks are 4 columns wide
+constexpr int kBlockRowsShift = 3;     // and 8 rows high
+// Chroma rows are marked through a stack buffer of this many samples at a time.
+constexpr int kChromaChunk = 256;
+
+constexpr uint8_t kMapLuma = 235;
+constexpr uint8_t kMapCb = 240;
+constexpr uint8_t kMapCr = 16;
+constexpr uint8_t kStatusInk = 235;
+constexpr uint8_t kStatusChroma = 128;
+constexpr int kStatusTop = 60;
+constexpr size_t kStatusMaxLength = 80;  // characters of the status line
+
+struct Plane {
+  uint8_t* pixels;
+  int width;
+  int height;
+  ptrdiff_t pitch;
+
+  uint8_t* Row(int y) const { return pixels + y * pitch; }
+};
+
+// How many map columns and map rows one chroma sample stands for.
+struct ChromaScale {
+  int columns;
+  int rows;
+};
+
+ChromaScale ScaleOf(CHROMA chroma) { return {chroma == CHROMA_444 ? 1 : 2, chroma == CHROMA_420 ? 2 : 1}; }
+
+Plane PlaneOf(const CYUVFrame& frame, int plane) {
+  if (plane == CSmartFieldDeinterlacer::PLANE_Y) return {frame.y, frame.width, frame.height, frame.stride};
+  const ChromaScale scale = ScaleOf(frame.chroma);
+  return {plane == CSmartFieldDeinterlacer::PLANE_U ? frame.u : frame.v,
+          scale.columns == 2 ? frame.width >> 1 : frame.width, scale.rows == 2 ? frame.height >> 1 : frame.height,
+          frame.chromaStride};
+}
+
+// Whether a comb product (below - pixel) * (above - pixel) exceeds a
+// threshold, decided in 16-bit lanes so that the compiler can vectorise it
+// eight or sixteen pixels at a time. Each factor lies within -255..255, so
+// the product's magnitude is at most 65025 and its low 16 bits give it
+// exactly once the sign, that of the factors' XOR, is known. A threshold that
+// is non-negative as a signed value is exceeded by positive products of a
+// greater magnitude; a negative one by every product except the negative
+// ones of magnitude -threshold or more.
+struct CombTest {
+  uint16_t bound;    // the least magnitude that decides
+  uint16_t inverse;  // 0xffff for a negative threshold, else 0
+};
+
+CombTest MakeCombTest(uint32_t threshold) {
+  const int64_t signedThreshold = static_cast<int32_t>(threshold);
+  if (signedThreshold >= 0) return {static_cast<uint16_t>(std::min<int64_t>(signedThreshold + 1, 0xffff)), 0};
+  return {static_cast<uint16_t>(std::min<int64_t>(-signedThreshold, 0xffff)), 0xffff};
+}
+
+struct CombProduct {
+  uint16_t low;       // the product modulo 2^16
+  uint16_t negative;  // 0xffff when the factors differ in sign
+};
+
+inline CombProduct ProductOf(uint8_t above, uint8_t pixel, uint8_t below) {
+  const auto toBelow = static_cast<int16_t>(below - pixel);
+  const auto toAbove = static_cast<int16_t>(above - pixel);
+  return {static_cast<uint16_t>(toBelow * toAbove), static_cast<uint16_t>((toBelow ^ toAbove) >> 15)};
+}
+
+// 255 where the product exceeds the test's threshold, else 0. Under
+// `inverse` the magnitude of a negative product is -low, and the other
+// products weigh 0; the comparison is then turned round.
+inline uint8_t Exceeds(const CombProduct& product, const CombTest& test) {
+  const auto magnitude = static_cast<uint16_t>((product.low ^ test.inverse) - test.inverse);
+  const auto weighed = static_cast<uint16_t>(magnitude & (product.negative ^ static_cast<uint16_t>(~test.inverse)));
+  const auto reaches = static_cast<uint16_t>(-static_cast<uint16_t>(weighed >= test.bound));
+  return static_cast<uint8_t>(reaches ^ test.inverse);
+}
+
+void MarkCombAndMotion(const uint8_t* __restrict above, const uint8_t* __restrict row,
+                       const uint8_t* __restrict below, int width, CombTest combTest, CombTest motionTest,
+                       uint8_t* __restrict comb, uint8_t* __restrict motion) {
+  for (int x = 0; x < width; ++x) {
+    const CombProduct product = ProductOf(above[x], row[x], below[x]);
+    comb[x] = Exceeds(product, combTest);
+    motion[x] = Exceeds(product, motionTest);
+  }
+}
+
+void MarkMotion(const uint8_t* __restrict above, const uint8_t* __restrict row, const uint8_t* __restrict below,
+                int width, CombTest motionTest, uint8_t* __restrict motion) {
+  for (int x = 0; x < width; ++x) motion[x] = Exceeds(ProductOf(above[x], row[x], below[x]), motionTest);
+}
+
+// ORs the marks of `count` chroma samples into a map row, each into the
+// kColumns map columns the sample covers.
+template <int kColumns>
+void OrMarksInto(uint8_t* __restrict mapRow, const uint8_t* __restrict marks, int count) {
+  for (int x = 0; x < count; ++x) {
+    for (int c = 0; c < kColumns; ++c) mapRow[kColumns * x + c] |= marks[x];
+  }
+}
+
+void OrMarksInto(const ChromaScale& scale, uint8_t* mapRow, const uint8_t* marks, int count) {
+  if (scale.columns == 2) {
+    OrMarksInto<2>(mapRow, marks, count);
+  } else {
+    OrMarksInto<1>(mapRow, marks, count);
+  }
+}
+
+// The map rows that chroma row y marks; returns how many.
+int ChromaMapRows(const ChromaScale& scale, int y, int rows[3]) {
+  if (scale.rows == 1) {
+    rows[0] = y;
+    return 1;
+  }
+  rows[0] = 2 * y;
+  rows[1] = 2 * y + 1;
+  rows[2] = (y & 1) != 0 ? 2 * y - 1 : 2 * y + 2;
+  return 3;
+}
+
+// Adds to each block counter the hits of one row: columns whose comb map is
+// marked in this row and in the rows above and below. Map bytes are 0 or 255,
+// so the lowest bit of their AND is the hit, and four hits are summed in one
+// 32-bit word.
+void CountRowHits(const uint8_t* __restrict above, const uint8_t* __restrict row, const uint8_t* __restrict below,
+                  int width, int32_t* __restrict counters) {
+  const int blocks = width >> kBlockColumnsShift;
+  for (int block = 0; block < blocks; ++block) {
+    uint32_t a, b, c;
+    std::memcpy(&a, above + 4 * block, 4);
+    std::memcpy(&b, row + 4 * block, 4);
+    std::memcpy(&c, below + 4 * block, 4);
+    uint32_t hits = a & b & c & 0x01010101u;
+    hits += hits >> 8;
+    hits += hits >> 16;
+    counters[block] += static_cast<int32_t>(hits & 0xff);
+  }
+  for (int x = blocks << kBlockColumnsShift; x < width; ++x) {
+    counters[x >> kBlockColumnsShift] += above[x] & row[x] & below[x] & 1;
+  }
+}
+
+// Odd rows without blend: marked pixels become the rounded-up average of the
+// rows above and below. kStep is the map columns one pixel stands for.
+template <int kStep>
+void AverageMarked(const uint8_t* __restrict above, uint8_t* __restrict row, const uint8_t* __restrict below,
+                   const uint8_t* __restrict map, int width) {
+  for (int x = 0; x < width; ++x) {
+    const uint8_t average = static_cast<uint8_t>((above[x] + below[x] + 1) >> 1);
+    row[x] = map[kStep * x] != 0 ? average : row[x];
+  }
+}
+
+template <int kStep>
+void BlendMarked(const uint8_t* __restrict sourceAbove, uint8_t* __restrict row,
+                 const uint8_t* __restrict sourceBelow, const uint8_t* __restrict map, int width) {
+  for (int x = 0; x < width; ++x) {
+    const uint8_t blended = static_cast<uint8_t>(((sourceAbove[x] + sourceBelow[x]) >> 2) + (row[x] >> 1));
+    row[x] = map[kStep * x] != 0 ? blended : row[x];
+  }
+}
+
+// The edge rows under blend have one neighbour and no rounding.
+void HalveWith(uint8_t* __restrict row, const uint8_t* __restrict source, int width) {
+  for (int x = 0; x < width; ++x) row[x] = static_cast<uint8_t>((row[x] + source[x]) >> 1);
+}
+
+void ReplaceOddRows(const Plane& target, const Plane& motion, const ChromaScale& scale) {
+  for (int y = 1; y <= target.height - 2; y += 2) {
+    const uint8_t* map = motion.Row(scale.rows * y);
+    if (scale.columns == 2) {
+      AverageMarked<2>(target.Row(y - 1), target.Row(y), target.Row(y + 1), map, target.width);
+    } else {
+      AverageMarked<1>(target.Row(y - 1), target.Row(y), target.Row(y + 1), map, target.width);
+    }
+  }
+}
+
+// A plane of fewer than two rows has no other field to blend with.
+void BlendPlane(const Plane& target, const Plane& source, const Plane& motion, const ChromaScale& scale) {
+  const int last = target.height - 1;
+  if (last < 1) return;
+  HalveWith(target.Row(0), source.Row(1), target.width);
+  for (int y = 1; y < last; ++y) {
+    // In 4:2:0 the chroma repair looks one map row higher than without blend.
+    const uint8_t* map = motion.Row(scale.rows == 2 ? 2 * y - 1 : y);
+    if (scale.columns == 2) {
+      BlendMarked<2>(source.Row(y - 1), target.Row(y), source.Row(y + 1), map, target.width);
+    } else {
+      BlendMarked<1>(source.Row(y - 1), target.Row(y), source.Row(y + 1), map, target.width);
+    }
+  }
+  HalveWith(target.Row(last), source.Row(last - 1), target.width);
+}
+
+// One luma row of the painted map: pixels of 2x2 squares with a mark become
+// 235, the others are dimmed to (pixel + 384) >> 2. Squares at an odd right
+// or bottom edge are cut to the picture.
+void PaintLumaRow(const uint8_t* __restrict map0, const uint8_t* __restrict map1, uint8_t* __restrict row, int width) {
+  int x = 0;
+  for (; x + 1 < width; x += 2) {
+    const bool marked = (map0[x] | map0[x + 1] | map1[x] | map1[x + 1]) != 0;
+    row[x] = marked ? kMapLuma : static_cast<uint8_t>((row[x] + 384) >> 2);
+    row[x + 1] = marked ? kMapLuma : static_cast<uint8_t>((row[x + 1] + 384) >> 2);
+  }
+  if (x < width) row[x] = (map0[x] | map1[x]) != 0 ? kMapLuma : static_cast<uint8_t>((row[x] + 384) >> 2);
+}
+
+template <int kColumns>
+void PaintChromaRow(const uint8_t* __restrict map0, const uint8_t* __restrict map1, uint8_t* __restrict row,
+                    int width, uint8_t value) {
+  for (int x = 0; x < width; ++x) {
+    uint8_t any = 0;
+    for (int c = 0; c < kColumns; ++c) any |= map0[kColumns * x + c] | map1[kColumns * x + c];
+    row[x] = any != 0 ? value : row[x];
+  }
+}
+
+void PaintChromaPlane(const Plane& chroma, const Plane& motion, const ChromaScale& scale, uint8_t value) {
+  for (int y = 0; y < chroma.height; ++y) {
+    const uint8_t* map0 = motion.Row(scale.rows * y);
+    const uint8_t* map1 = motion.Row(scale.rows * y + scale.rows - 1);
+    if (scale.columns == 2) {
+      PaintChromaRow<2>(map0, map1, chroma.Row(y), chroma.width, value);
+    } else {
+      PaintChromaRow<1>(map0, map1, chroma.Row(y), chroma.width, value);
+    }
+  }
+}
+
+// Luma first, then chroma, each with the column as the outer loop: chroma
+// samples that several cell pixels fall on take the formula once per visit.
+void DrawGlyph(CYUVFrame& frame, const uint16_t* glyph, int left) {
+  const Plane luma = PlaneOf(frame, CSmartFieldDeinterlacer::PLANE_Y);
+  const int columns = std::min(status_font::kCellWidth, luma.width - left);
+  const int rows = std::min(status_font::kCellHeight, luma.height - kStatusTop);
+  for (int k = 0; k < columns; ++k) {
+    for (int r = 0; r < rows; ++r) {
+      uint8_t& pixel = luma.Row(kStatusTop + r)[left + k];
+      pixel = status_font::IsSet(glyph[r], k) ? kStatusInk : static_cast<uint8_t>(pixel * 3 >> 2);
+    }
+  }
+  const Plane u = PlaneOf(frame, CSmartFieldDeinterlacer::PLANE_U);
+  const Plane v = PlaneOf(frame, CSmartFieldDeinterlacer::PLANE_V);
+  const ChromaScale scale = ScaleOf(frame.chroma);
+  for (int k = 0; k < columns; ++k) {
+    const int x = (left + k) / scale.columns;
+    if (x >= u.width) break;
+    for (int r = 0; r < rows; ++r) {
+      const int y = (kStatusTop + r) / scale.rows;
+      if (y >= u.height) break;
+      uint8_t& cb = u.Row(y)[x];
+      uint8_t& cr = v.Row(y)[x];
+      const bool set = status_font::IsSet(glyph[r], k);
+      cb = set ? kStatusChroma : static_cast<uint8_t>((cb + kStatusChroma) >> 1);
+      cr = set ? kStatusChroma : static_cast<uint8_t>((cr + kStatusChroma) >> 1);
+    }
+  }
+}
+
+void DrawStatusLine(CYUVFrame& frame, const char* text) {
+  for (int i = 0; text[i] != '\0' && i * status_font::kCellWidth < frame.width; ++i) {
+    DrawGlyph(frame, status_font::Glyph(text[i]), i * status_font::kCellWidth);
+  }
+}
+
+bool SameGeometry(const CYUVFrame& a, const CYUVFrame& b) {
+  return a.width == b.width && a.height == b.height && a.chroma == b.chroma;
+}
+
+CYUVFrame* NewFrameLike(const CYUVFrame& frame) { return new CYUVFrame(frame.width, frame.height, frame.chroma); }
+
+const char* StatusWords(CSmartFieldDeinterlacer::FRAME_STATUS status) {
+  switch (status) {
+    case CSmartFieldDeinterlacer::STATUS_DEINTERLACE_ALL: return "Deinterlacing all frames";
+    case CSmartFieldDeinterlacer::STATUS_CLEAN: return "Clean frame";
+    default: return "Combed frame";
+  }
+}
+
+}  // namespace
+
+CSmartFieldDeinterlacer::CSmartFieldDeinterlacer(bool deinterlaceAll, bool useChroma, unsigned int combThreshold,
+                                                 unsigned int motionThreshold, bool blend, bool showMotionMap,
+                                                 bool showStatus, bool logStatus)
+    : deinterlaceAll(deinterlaceAll),
+      useChroma(useChroma),
+      combThreshold(combThreshold),
+      motionThreshold(motionThreshold),
+      blend(blend),
+      showMotionMap(showMotionMap),
+      showStatus(showStatus),
+      logStatus(logStatus) {}
+
+CSmartFieldDeinterlacer::CSmartFieldDeinterlacer(const CSmartFieldDeinterlacer& other)
+    : CSmartFieldDeinterlacer(other.deinterlaceAll, other.useChroma, other.combThreshold, other.motionThreshold,
+                              other.blend, other.showMotionMap, other.showStatus, other.logStatus) {}
+
+CSmartFieldDeinterlacer& CSmartFieldDeinterlacer::operator=(const CSmartFieldDeinterlacer& other) {
+  if (this == &other) return *this;
+  ReleaseWorkingState();
+  deinterlaceAll = other.deinterlaceAll;
+  useChroma = other.useChroma;
+  combThreshold = other.combThreshold;
+  motionThreshold = other.motionThreshold;
+  blend = other.blend;
+  showMotionMap = other.showMotionMap;
+  showStatus = other.showStatus;
+  logStatus = other.logStatus;
+  lastFrameStatus = STATUS_NONE;
+  return *this;
+}
+
+CSmartFieldDeinterlacer::~CSmartFieldDeinterlacer() { ReleaseWorkingState(); }
+
+void CSmartFieldDeinterlacer::ReleaseWorkingState() {
+  delete combMapFrame;
+  delete motionMapFrame;
+  delete blendSourceFrame;
+  BufferFree(blockCounters);
+  combMapFrame = motionMapFrame = blendSourceFrame = nullptr;
+  blockCounters = nullptr;
+  blockCount = 0;
+  currentFrame = nullptr;
+}
+
+HRESULT CSmartFieldDeinterlacer::DeinterlaceFrame(CYUVFrame& frame) {
+  if (frame.progressive) return S_OK;
+  frame.progressive = true;
+  currentFrame = &frame;
+  return DeinterlaceFrameYV12();
+}
+
+HRESULT CSmartFieldDeinterlacer::DeinterlaceFrameYV12() {
+  PrepareMapFrames();
+  PrepareBlockCounters();
+  MotionMapYV12(PLANE_Y);
+  MotionMapYV12(PLANE_U);
+  MotionMapYV12(PLANE_V);
+  if (deinterlaceAll) {
+    lastFrameStatus = STATUS_DEINTERLACE_ALL;
+  } else {
+    lastFrameStatus = IsCombedYV12() ? STATUS_COMBED : STATUS_CLEAN;
+  }
+  if (lastFrameStatus != STATUS_CLEAN) {
+    if (showMotionMap) {
+      PaintMotionMap();
+    } else {
+      if (blend) PrepareBlendSource();
+      DeinterlacePlaneYV12(PLANE_Y);
+      DeinterlacePlaneYV12(PLANE_U);
+      DeinterlacePlaneYV12(PLANE_V);
+    }
+  }
+  ReportStatus();
+  return S_OK;
+}
+
+void CSmartFieldDeinterlacer::PrepareMapFrames() {
+  if (combMapFrame != nullptr && motionMapFrame != nullptr && SameGeometry(*combMapFrame, *currentFrame)) return;
+  delete combMapFrame;
+  delete motionMapFrame;
+  combMapFrame = motionMapFrame = nullptr;  // nothing dangles if an allocation throws
+  combMapFrame = NewFrameLike(*currentFrame);
+  motionMapFrame = NewFrameLike(*currentFrame);
+}
+
+void CSmartFieldDeinterlacer::PrepareBlockCounters() {
+  if (deinterlaceAll) {
+    BufferFree(blockCounters);
+    blockCounters = nullptr;
+    blockCount = 0;
+    return;
+  }
+  const int32_t count =
+      ((currentFrame->height >> kBlockRowsShift) + 1) * ((currentFrame->width >> kBlockColumnsShift) + 1);
+  if (blockCounters != nullptr && blockCount == count) return;
+  BufferFree(blockCounters);
+  blockCounters = static_cast<int32_t*>(BufferMalloc(static_cast<size_t>(count) * sizeof(int32_t)));
+  blockCount = count;
+}
+
+void CSmartFieldDeinterlacer::PrepareBlendSource() {
+  if (blendSourceFrame == nullptr || !SameGeometry(*blendSourceFrame, *currentFrame)) {
+    delete blendSourceFrame;
+    blendSourceFrame = nullptr;
+    blendSourceFrame = NewFrameLike(*currentFrame);
+  }
+  const size_t bytes =
+      static_cast<size_t>(currentFrame->lumaPlaneSize) + 2 * static_cast<size_t>(currentFrame->chromaPlaneSize);
+  if (bytes != 0) std::memcpy(blendSourceFrame->y, currentFrame->y, bytes);
+}
+
+void CSmartFieldDeinterlacer::MotionMapYV12(int plane) {
+  if (plane == PLANE_Y) {
+    MapLumaPlane();
+  } else {
+    MapChromaPlane(plane);
+  }
+}
+
+void CSmartFieldDeinterlacer::MapLumaPlane() {
+  const Plane luma = PlaneOf(*currentFrame, PLANE_Y);
+  const Plane comb = PlaneOf(*combMapFrame, PLANE_Y);
+  const Plane motion = PlaneOf(*motionMapFrame, PLANE_Y);
+  if (luma.width < 1 || luma.height < 1) return;
+  const size_t width = static_cast<size_t>(luma.width);
+  const int last = luma.height - 1;
+  const CombTest combTest = MakeCombTest(combThreshold);
+  const CombTest motionTest = MakeCombTest(motionThreshold);
+  // The first and last rows have only one neighbour: always moving, never combed.
+  for (int y : {0, last}) {
+    if (!deinterlaceAll) std::memset(comb.Row(y), 0, width);
+    std::memset(motion.Row(y), kMarked, width);
+  }
+  for (int y = 1; y < last; ++y) {
+    if (deinterlaceAll) {
+      std::memset(comb.Row(y), 0, width);
+      MarkMotion(luma.Row(y - 1), luma.Row(y), luma.Row(y + 1), luma.width, motionTest, motion.Row(y));
+    } else {
+      MarkCombAndMotion(luma.Row(y - 1), luma.Row(y), luma.Row(y + 1), luma.width, combTest, motionTest,
+                        comb.Row(y), motion.Row(y));
+    }
+  }
+}
+
+void CSmartFieldDeinterlacer::MapChromaPlane(int plane) {
+  const Plane chroma = PlaneOf(*currentFrame, plane);
+  const Plane comb = PlaneOf(*combMapFrame, PLANE_Y);
+  const Plane motion = PlaneOf(*motionMapFrame, PLANE_Y);
+  const ChromaScale scale = ScaleOf(currentFrame->chroma);
+  const bool marksComb = !deinterlaceAll && useChroma;
+  const CombTest combTest = MakeCombTest(combThreshold);
+  const CombTest motionTest = MakeCombTest(motionThreshold);
+  uint8_t combMarks[kChromaChunk];
+  uint8_t motionMarks[kChromaChunk];
+  for (int y = 1; y < chroma.height - 1; ++y) {
+    int mapRows[3];
+    const int mapRowCount = ChromaMapRows(scale, y, mapRows);
+    for (int x = 0; x < chroma.width; x += kChromaChunk) {
+      const int count = std::min(kChromaChunk, chroma.width - x);
+      const uint8_t* above = chroma.Row(y - 1) + x;
+      const uint8_t* row = chroma.Row(y) + x;
+      const uint8_t* below = chroma.Row(y + 1) + x;
+      if (marksComb) {
+        MarkCombAndMotion(above, row, below, count, combTest, motionTest, combMarks, motionMarks);
+      } else {
+        MarkMotion(above, row, below, count, motionTest, motionMarks);
+      }
+      const int mapColumn = x * scale.columns;
+      for (int i = 0; i < mapRowCount; ++i) {
+        OrMarksInto(scale, motion.Row(mapRows[i]) + mapColumn, motionMarks, count);
+        if (marksComb) OrMarksInto(scale, comb.Row(mapRows[i]) + mapColumn, combMarks, count);
+      }
+    }
+  }
+}
+
+bool CSmartFieldDeinterlacer::IsCombedYV12() {
+  std::fill(blockCounters, blockCounters + blockCount, 0);
+  const Plane comb = PlaneOf(*combMapFrame, PLANE_Y);
+  // The grid's row pitch is width / 4, one less than the count allows for, so
+  // the hits of a partial last column go to the next block row's first counter.
+  const int pitch = comb.width >> kBlockColumnsShift;
+  for (int y = 1; y < comb.height - 1; ++y) {
+    CountRowHits(comb.Row(y - 1), comb.Row(y), comb.Row(y + 1), comb.width,
+                 blockCounters + (y >> kBlockRowsShift) * pitch);
+  }
+  return std::any_of(blockCounters, blockCounters + blockCount,
+                     [](int32_t hits) { return hits > kCombedBlockHits; });
+}
+
+void CSmartFieldDeinterlacer::DeinterlacePlaneYV12(int plane) {
+  const Plane target = PlaneOf(*currentFrame, plane);
+  const Plane motion = PlaneOf(*motionMapFrame, PLANE_Y);
+  const ChromaScale scale = plane == PLANE_Y ? ChromaScale{1, 1} : ScaleOf(currentFrame->chroma);
+  if (blend) {
+    BlendPlane(target, PlaneOf(*blendSourceFrame, plane), motion, scale);
+  } else {
+    ReplaceOddRows(target, motion, scale);
+  }
+}
+
+void CSmartFieldDeinterlacer::PaintMotionMap() {
+  const Plane luma = PlaneOf(*currentFrame, PLANE_Y);
+  const Plane motion = PlaneOf(*motionMapFrame, PLANE_Y);
+  for (int y = 0; y < luma.height; ++y) {
+    const int top = y & ~1;
+    const int bottom = std::min(top + 1, luma.height - 1);
+    PaintLumaRow(motion.Row(top), motion.Row(bottom), luma.Row(y), luma.width);
+  }
+  const ChromaScale scale = ScaleOf(currentFrame->chroma);
+  PaintChromaPlane(PlaneOf(*currentFrame, PLANE_U), motion, scale, kMapCb);
+  PaintChromaPlane(PlaneOf(*currentFrame, PLANE_V), motion, scale, kMapCr);
+}
+
+void CSmartFieldDeinterlacer::ReportStatus() {
+  const char* words = StatusWords(lastFrameStatus);
+  const int64_t pts = currentFrame->stampA;
+  if (showStatus) {
+    char line[kStatusMaxLength + 1];
+    std::snprintf(line, sizeof line, "PTS %" PRId64 ": %s", pts, words);
+    DrawStatusLine(*currentFrame, line);
+  }
+  if (logStatus) CLogger::Log(0, "SmartDeinterlace: frame PTS %" PRId64 ": %s", pts, words);
+}

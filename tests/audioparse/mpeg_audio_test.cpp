@@ -1,0 +1,231 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+#include "audioparse/audio_support.h"
+#include "audioparse/bit_writer.h"
+#include "audioparse/params_util.h"
+#include "core/stream_exception.h"
+
+namespace {
+
+using corvane::test::BitWriter;
+
+constexpr uint32_t kLayerIII = 1;
+constexpr uint32_t kLayerII = 2;
+constexpr uint32_t kLayerI = 3;
+constexpr uint32_t kStereo = 0;
+constexpr uint32_t kMono = 3;
+constexpr uint32_t k44100 = 0;
+constexpr uint32_t k48000 = 1;
+constexpr uint32_t k32000 = 2;
+
+struct MPEGFields {
+  uint32_t version = 3;
+  uint32_t layer = kLayerII;
+  uint32_t bitrateIndex = 8;  // 128 kbit/s in Layer II
+  uint32_t samplingCode = k48000;
+  uint32_t padding = 0;
+  uint32_t mode = kStereo;
+};
+
+std::vector<uint8_t> MPEGHeader(const MPEGFields& f) {
+  BitWriter w;
+  w.Put(11, 0x7FF);           // syncword
+  w.Put(2, f.version);        // ID, with the MPEG-2.5 extension
+  w.Put(2, f.layer);          // layer
+  w.Put(1, 1);                // protection_bit
+  w.Put(4, f.bitrateIndex);   // bitrate_index
+  w.Put(2, f.samplingCode);   // sampling_frequency
+  w.Put(1, f.padding);        // padding_bit
+  w.Put(1, 0);                // private_bit
+  w.Put(2, f.mode);           // mode
+  w.Put(2, 0);                // mode_extension
+  w.Put(4, 0);                // copyright, original/copy, emphasis
+  w.PadToSize(8);
+  return w.Bytes();
+}
+
+int32_t Parse(CAudioStreamParameters& params, const MPEGFields& fields, bool ignorePadding = false) {
+  return CAudioSupport::ParseMP2ADTSHeader(params, MPEGHeader(fields).data(), ignorePadding);
+}
+
+TEST(MPEGAudioTest, FirstHeaderWithPaddingThenTheShortWay) {
+  CAudioStreamParameters params;
+  MPEGFields fields;
+  fields.samplingCode = k44100;
+  fields.padding = 1;
+  EXPECT_EQ(Parse(params, fields), 418);
+  EXPECT_EQ(params.frameSize, 417u) << "frameSize never holds the padding slot";
+  EXPECT_EQ(params.streamType, AUDIO_STREAM_MPEG);
+  EXPECT_EQ(params.bitRate, 128000u);
+  EXPECT_EQ(params.samplingRate, 44100u);
+  EXPECT_EQ(params.mpegVersion, 3);
+  EXPECT_EQ(params.mpegLayer, 2);
+  EXPECT_EQ(params.protectionBit, 1);
+  EXPECT_EQ(params.bitRateCode, 8);
+  EXPECT_EQ(params.channels, 2);
+  EXPECT_EQ(params.bitsPerSample, 16);
+  uint8_t last[2];
+  std::memcpy(last, &params.lastHeaderBytes, 2);
+  EXPECT_EQ(last[0], 0xFF);
+  EXPECT_EQ(last[1], 0xFD);
+
+  EXPECT_EQ(Parse(params, fields), 418);
+  // The short way answers from the record alone.
+  params.frameSize = 500;
+  EXPECT_EQ(Parse(params, fields), 501);
+  EXPECT_EQ(Parse(params, fields, true), 500);
+  fields.padding = 0;
+  EXPECT_EQ(Parse(params, fields), 500);
+}
+
+TEST(MPEGAudioTest, FrameSizesAndDurations) {
+  const struct {
+    uint32_t layer, bitrateIndex, samplingCode;
+    uint32_t frameSize, ticks, fraction;
+  } kCases[] = {
+      {kLayerII, 8, k48000, 384, 2160, 0},     // 128 kbit/s
+      {kLayerII, 8, k44100, 417, 2351, 20},    // 128 kbit/s
+      {kLayerII, 8, k32000, 576, 3240, 0},     // 128 kbit/s
+      {kLayerI, 4, k48000, 128, 720, 0},       // 128 kbit/s
+      {kLayerI, 14, k44100, 484, 783, 673},    // 448 kbit/s: 4 * 121
+      {kLayerIII, 9, k44100, 417, 2351, 20},   // 128 kbit/s
+      {kLayerIII, 14, k48000, 960, 2160, 0},   // 320 kbit/s
+  };
+  for (const auto& c : kCases) {
+    CAudioStreamParameters params;
+    MPEGFields fields;
+    fields.layer = c.layer;
+    fields.bitrateIndex = c.bitrateIndex;
+    fields.samplingCode = c.samplingCode;
+    EXPECT_EQ(Parse(params, fields), static_cast<int32_t>(c.frameSize)) << "layer code " << c.layer;
+    EXPECT_EQ(params.frameDurationTicks, c.ticks);
+    EXPECT_EQ(params.frameDurationFraction, c.fraction);
+  }
+}
+
+TEST(MPEGAudioTest, InvalidFields) {
+  CAudioStreamParameters params;
+  for (uint32_t index : {0u, 15u}) {
+    MPEGFields fields;
+    fields.bitrateIndex = index;
+    EXPECT_EQ(Parse(params, fields), -3);
+  }
+  MPEGFields noLayer;
+  noLayer.layer = 0;
+  EXPECT_EQ(Parse(params, noLayer), -3);
+  MPEGFields reservedRate;
+  reservedRate.samplingCode = 3;
+  EXPECT_EQ(Parse(params, reservedRate), -3);
+  for (uint32_t index = 1; index < 15; ++index) {
+    MPEGFields monoLayerIII;
+    monoLayerIII.layer = kLayerIII;
+    monoLayerIII.mode = kMono;
+    monoLayerIII.bitrateIndex = index;
+    EXPECT_EQ(Parse(params, monoLayerIII), -3) << "index " << index;
+  }
+  EXPECT_EQ(params.streamType, AUDIO_STREAM_UNKNOWN);
+}
+
+TEST(MPEGAudioTest, BitRatesNotAllowedInTheChannelMode) {
+  // Stereo: 32, 48, 56 and 80 kbit/s; mono: 224, 256, 320 and 384 kbit/s,
+  // as bitrate_index per layer.
+  const struct {
+    uint32_t layer, mode;
+    std::vector<uint32_t> refused;
+  } kCases[] = {
+      {kLayerII, kStereo, {1, 2, 3, 5}},
+      {kLayerII, kMono, {11, 12, 13, 14}},
+      {kLayerI, kStereo, {1}},
+      {kLayerI, kMono, {7, 8, 10, 12}},
+      {kLayerIII, kStereo, {1, 3, 4, 6}},
+  };
+  for (const auto& c : kCases) {
+    for (uint32_t index = 1; index < 15; ++index) {
+      CAudioStreamParameters params;
+      MPEGFields fields;
+      fields.layer = c.layer;
+      fields.mode = c.mode;
+      fields.bitrateIndex = index;
+      const bool refused = std::find(c.refused.begin(), c.refused.end(), index) != c.refused.end();
+      const int32_t result = Parse(params, fields);
+      EXPECT_EQ(result == -6, refused) << "layer code " << c.layer << " mode " << c.mode << " index " << index;
+      EXPECT_EQ(params.bitRate, CAudioSupport::MPEG1AudioBitrates[c.layer - 1][index] * 1000);
+      EXPECT_EQ(params.streamType, refused ? AUDIO_STREAM_UNKNOWN : AUDIO_STREAM_MPEG);
+    }
+  }
+}
+
+TEST(MPEGAudioTest, OtherVersionsAndStreamChanges) {
+  MPEGFields mpeg2;
+  mpeg2.version = 2;
+  CAudioStreamParameters fresh;
+  EXPECT_EQ(Parse(fresh, mpeg2), -4);
+
+  CAudioStreamParameters known;
+  ASSERT_EQ(Parse(known, MPEGFields{}), 384);
+  EXPECT_EQ(Parse(known, mpeg2), -2);
+  MPEGFields otherRate;
+  otherRate.samplingCode = k32000;
+  // With the last header's bytes and bit rate the short way answers, and it
+  // does not look at the sampling code.
+  EXPECT_EQ(Parse(known, otherRate), 384);
+  otherRate.bitrateIndex = 9;
+  EXPECT_EQ(Parse(known, otherRate), -2);
+  MPEGFields mono;
+  mono.mode = kMono;
+  mono.bitrateIndex = 4;
+  EXPECT_EQ(Parse(known, mono), -2);
+  // A new bit rate in the same stream takes the long way and is accepted.
+  MPEGFields faster;
+  faster.bitrateIndex = 10;
+  EXPECT_EQ(Parse(known, faster), 576);
+  EXPECT_EQ(known.bitRateCode, 10);
+}
+
+TEST(MPEGAudioTest, ReservedRateOnTheShortWay) {
+  CAudioStreamParameters params;
+  ASSERT_EQ(Parse(params, MPEGFields{}), 384);
+  MPEGFields reserved;
+  reserved.samplingCode = 3;
+  EXPECT_EQ(Parse(params, reserved), -1);
+}
+
+TEST(MPEGAudioTest, MissingSyncwordThrowsCorruptFrameHeader) {
+  auto header = MPEGHeader(MPEGFields{});
+  header[1] = 0xDF;
+  CAudioStreamParameters params;
+  try {
+    CAudioSupport::ParseMP2ADTSHeader(params, header.data(), false);
+    FAIL() << "no exception";
+  } catch (const CStreamException& e) {
+    EXPECT_EQ(e.code, 12);
+    EXPECT_STREQ(e.GetMessage(), "Audio Corrupt Frame Header");
+    EXPECT_EQ(e.detail[0], '\0');
+  }
+}
+
+TEST(MPEGAudioTest, SamplingRateCodes) {
+  const uint32_t mpeg[] = {44100, 48000, 32000, 0, 0};
+  const uint32_t lpcm[] = {48000, 96000, 44100, 32000, 0};
+  for (int32_t code = 0; code < 5; ++code) {
+    EXPECT_EQ(CAudioSupport::GetMPEG1AudioSamplingRate(code), mpeg[code]);
+    EXPECT_EQ(CAudioSupport::GetLPCMAudioSamplingRate(code), lpcm[code]);
+    if (mpeg[code] != 0) {
+      EXPECT_EQ(CAudioSupport::GetMPEG1SamplingIndexFromRate(mpeg[code]), code);
+    }
+    if (lpcm[code] != 0) {
+      EXPECT_EQ(CAudioSupport::GetLPCMSamplingIndexFromRate(lpcm[code]), code);
+    }
+  }
+  EXPECT_EQ(CAudioSupport::GetMPEG1AudioSamplingRate(-1), 0u);
+  EXPECT_EQ(CAudioSupport::GetMPEG1SamplingIndexFromRate(22050), 4);
+  EXPECT_EQ(CAudioSupport::GetMPEG1SamplingIndexFromRate(96000), 4);
+  EXPECT_EQ(CAudioSupport::GetLPCMSamplingIndexFromRate(22050), 4);
+  EXPECT_EQ(CAudioSupport::LPCMQuantization[1], 20u);
+}
+
+}  // namespace

@@ -1,0 +1,184 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "audioparse/audio_support.h"
+#include "audioparse/silent_ac3_frames.h"
+#include "platform/buffer_alloc.h"
+
+namespace {
+
+// The remainder of the frame's bits, read as a polynomial most significant
+// bit first, divided by ATSC A/52's generator x^16 + x^15 + x^2 + 1: plain
+// bit-serial long division. A region that ends in its CRC gives 0.
+uint32_t CrcRemainder(const uint8_t* bytes, size_t count) {
+  uint32_t remainder = 0;
+  for (size_t i = 0; i < 8 * count; ++i) {
+    remainder = (remainder << 1) | ((bytes[i / 8] >> (7 - i % 8)) & 1u);
+    if (remainder & 0x10000u) remainder ^= 0x18005u;
+  }
+  return remainder;
+}
+
+struct Expected {
+  uint32_t kbps;
+  bool surround;
+};
+
+Expected ExpectedOf(const std::string& name) {
+  return {static_cast<uint32_t>(std::stoul(name.substr(4))), name.compare(0, 3, "5.1") == 0};
+}
+
+TEST(SilentAC3Test, TenFramesWithBothCrcsValid) {
+  ASSERT_EQ(g_silentAC3FrameCount, 10u);
+  for (size_t i = 0; i < g_silentAC3FrameCount; ++i) {
+    const SilentAC3FrameData& frame = g_silentAC3Frames[i];
+    const Expected expected = ExpectedOf(frame.name);
+    ASSERT_EQ(frame.size, expected.kbps * 4) << frame.name;  // 1536 samples at 48 kHz
+    const size_t words = frame.size / 2;
+    const size_t fiveEighths = 2 * ((words >> 1) + (words >> 3));
+    EXPECT_EQ(CrcRemainder(frame.bytes + 2, fiveEighths - 2), 0u) << frame.name << ": crc1";
+    EXPECT_EQ(CrcRemainder(frame.bytes + 2, frame.size - 2), 0u) << frame.name << ": crc2";
+    EXPECT_EQ(CrcRemainder(frame.bytes + fiveEighths, frame.size - fiveEighths), 0u) << frame.name;
+    std::vector<uint8_t> damaged(frame.bytes, frame.bytes + frame.size);
+    damaged[fiveEighths - 7] ^= 0x02;
+    EXPECT_NE(CrcRemainder(damaged.data() + 2, fiveEighths - 2), 0u) << frame.name;
+  }
+}
+
+TEST(SilentAC3Test, HeadersReadBack) {
+  for (size_t i = 0; i < g_silentAC3FrameCount; ++i) {
+    const SilentAC3FrameData& frame = g_silentAC3Frames[i];
+    const Expected expected = ExpectedOf(frame.name);
+    CAudioStreamParameters params;
+    EXPECT_EQ(CAudioSupport::ReadAC3Parameters(&params, frame.bytes), frame.size) << frame.name;
+    EXPECT_EQ(params.samplingRate, 48000u);
+    EXPECT_EQ(params.bitRate, expected.kbps * 1000);
+    EXPECT_EQ(params.frameDurationTicks, 2880u);
+    EXPECT_EQ(params.channels, expected.surround ? 5 : 2);
+    EXPECT_EQ(params.lfe, expected.surround ? 1 : 0);
+
+    CBitReader reader(frame.bytes);
+    reader.ReadBits(32);                               // syncword, crc1
+    EXPECT_EQ(reader.ReadBits(2), 0u);                 // fscod
+    reader.ReadBits(6);                                // frmsizecod
+    EXPECT_EQ(reader.ReadBits(5), 4u);                 // bsid
+    EXPECT_EQ(reader.ReadBits(3), 0u);                 // bsmod
+    EXPECT_EQ(reader.ReadBits(3), expected.surround ? 7u : 2u);  // acmod
+    EXPECT_EQ(reader.ReadBits(expected.surround ? 4 : 2), 0u);   // cmixlev, surmixlev | dsurmod
+    EXPECT_EQ(reader.ReadBit(), expected.surround ? 1u : 0u);    // lfeon
+    EXPECT_EQ(reader.ReadBits(5), 31u);                // dialnorm
+    EXPECT_EQ(reader.ReadBit(), 1u);                   // compre
+    EXPECT_EQ(reader.ReadBits(8), 255u);               // compr
+    EXPECT_EQ(reader.ReadBit(), 0u);                   // langcode
+    EXPECT_EQ(reader.ReadBit(), 0u);                   // audprodie
+    EXPECT_EQ(reader.ReadBit(), 0u);                   // copyrightb
+    EXPECT_EQ(reader.ReadBit(), 1u);                   // origbs
+    EXPECT_EQ(reader.ReadBit(), 0u);                   // timecod1e
+  }
+}
+
+TEST(SilentAC3Test, RequestsPickTheHighestFrameNotAboveTheRate) {
+  const struct {
+    uint32_t channels, bitRate, size;
+    int32_t frameChannels;
+  } kCases[] = {
+      {2, 192000, 768, 2},  {2, 191999, 640, 2},   {6, 640000, 1792, 5}, {6, 128000, 1536, 5},
+      {2, 0, 512, 2},       {1, 448000, 1792, 2},  {4, 4000000, 1792, 2}, {5, 447999, 1536, 5},
+      {3, 384000, 1536, 2}, {2, 255999, 896, 2},
+  };
+  const int64_t blocks = BufferLiveBlocks();
+  for (const auto& c : kCases) {
+    CAudioFrame frame;
+    frame.samplingRate = 44100;
+    frame.audioType = AUDIO_FRAME_PCM;
+    frame.stampA = 99;
+    ASSERT_EQ(CAudioSupport::GetSilentAC3Frame(c.channels, c.bitRate, frame), S_OK);
+    EXPECT_EQ(frame.payloadLength, c.size) << c.channels << " channels at " << c.bitRate;
+    EXPECT_EQ(frame.frameSize, c.size);
+    EXPECT_EQ(frame.bufferSize, c.size > 1600 ? c.size + 4 : 1600u);
+    EXPECT_EQ(CAudioSupport::GetNumberOfAC3Channels(frame.data), c.frameChannels);
+    EXPECT_EQ(frame.samplingRate, 44100u) << "the caller's fields stay";
+    EXPECT_EQ(frame.audioType, AUDIO_FRAME_PCM);
+    EXPECT_EQ(frame.stampA, 99);
+    // A second call replaces the payload rather than appending to it.
+    ASSERT_EQ(CAudioSupport::GetSilentAC3Frame(c.channels, c.bitRate, frame), S_OK);
+    EXPECT_EQ(frame.payloadLength, c.size);
+  }
+  EXPECT_EQ(BufferLiveBlocks(), blocks);
+}
+
+std::vector<uint8_t> ReadWhole(FILE* stream) {
+  std::vector<uint8_t> bytes;
+  uint8_t chunk[65536];
+  size_t got = 0;
+  while ((got = std::fread(chunk, 1, sizeof(chunk), stream)) > 0) bytes.insert(bytes.end(), chunk, chunk + got);
+  return bytes;
+}
+
+TEST(SilentAC3Test, CheckedInTableIsTheGeneratorsOutput) {
+  FILE* generator = popen(CORVANE_BUILD_DIR "/bin/corvane_ac3gen", "r");
+  ASSERT_NE(generator, nullptr);
+  const std::vector<uint8_t> generated = ReadWhole(generator);
+  ASSERT_EQ(pclose(generator), 0);
+  std::ifstream file(CORVANE_TEST_DATA "/../../src/audioparse/silent_ac3_frames.cpp", std::ios::binary);
+  ASSERT_TRUE(file.good());
+  const std::vector<uint8_t> checkedIn((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+  EXPECT_TRUE(generated == checkedIn) << "regenerate with: build/bin/corvane_ac3gen src/audioparse/silent_ac3_frames.cpp";
+}
+
+bool HaveFFmpeg() { return std::system("command -v ffmpeg >/dev/null 2>&1") == 0; }
+
+struct Decoded {
+  std::vector<uint8_t> pcm;
+  std::string errors;
+};
+
+// Decodes an AC-3 stream with FFmpeg, CRCs checked, into 16-bit PCM.
+Decoded DecodeWithFFmpeg(const std::vector<uint8_t>& stream, const std::string& name) {
+  const std::string input = ::testing::TempDir() + "corvane_silent_" + std::to_string(getpid()) + "_" + name + ".ac3";
+  const std::string errors = input + ".err";
+  FILE* out = std::fopen(input.c_str(), "wb");
+  std::fwrite(stream.data(), 1, stream.size(), out);
+  std::fclose(out);
+  const std::string command = "ffmpeg -nostdin -hide_banner -v error -err_detect crccheck+explode -f ac3 -i '" + input +
+                              "' -f s16le - 2>'" + errors + "'";
+  FILE* decoder = popen(command.c_str(), "r");
+  Decoded decoded;
+  decoded.pcm = ReadWhole(decoder);
+  pclose(decoder);
+  std::ifstream log(errors);
+  decoded.errors.assign(std::istreambuf_iterator<char>(log), std::istreambuf_iterator<char>());
+  std::remove(input.c_str());
+  std::remove(errors.c_str());
+  return decoded;
+}
+
+TEST(SilentAC3Test, FFmpegDecodesEveryFrameAsSilence) {
+  if (!HaveFFmpeg()) GTEST_SKIP() << "ffmpeg is not installed";
+  constexpr int kCopies = 3;
+  for (size_t i = 0; i < g_silentAC3FrameCount; ++i) {
+    const SilentAC3FrameData& frame = g_silentAC3Frames[i];
+    std::vector<uint8_t> stream;
+    for (int copy = 0; copy < kCopies; ++copy) stream.insert(stream.end(), frame.bytes, frame.bytes + frame.size);
+    const Decoded decoded = DecodeWithFFmpeg(stream, frame.name);
+    EXPECT_EQ(decoded.errors, "") << frame.name;
+    const size_t channels = ExpectedOf(frame.name).surround ? 6 : 2;
+    EXPECT_EQ(decoded.pcm.size(), kCopies * 1536 * channels * 2) << frame.name;
+    EXPECT_EQ(std::count(decoded.pcm.begin(), decoded.pcm.end(), 0), static_cast<long>(decoded.pcm.size()))
+        << frame.name << " decodes to something other than digital silence";
+
+    // The oracle notices a damaged frame: one flipped bit in the zero fill.
+    stream[frame.size + frame.size / 2] ^= 0x10;
+    EXPECT_NE(DecodeWithFFmpeg(stream, frame.name).errors, "") << frame.name;
+  }
+}
+
+}  // namespace
