@@ -1,0 +1,59 @@
+// The tool's commands that read a file, run in this process on arbitrary
+// input as `corvane` runs them: each ends in a result or in one ToolError,
+// and leaves no output behind when it fails. A YUV4MPEG2 signature picks the
+// video commands, anything else the audio ones; the input's size picks the
+// variant.
+#include <unistd.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "command.h"
+#include "fuzz_input.h"
+
+namespace {
+
+using Words = std::vector<std::string>;
+
+const std::vector<Words> kVideoCommands = {
+    {"deinterlace", "{in}", "{out}"},
+    {"deinterlace", "--all", "--use-chroma", "--blend", "--show-motion-map", "--show-status", "{in}", "{out}"},
+    {"deinterlace", "--method", "bob", "{in}", "{out}"},
+};
+
+const std::vector<Words> kAudioCommands = {
+    {"probe", "--frames", "--json", "{in}"},
+};
+
+Words Expand(const Words& words, const std::string& in, const std::string& out) {
+  Words expanded;
+  for (const std::string& word : words) expanded.push_back(word == "{in}" ? in : word == "{out}" ? out : word);
+  return expanded;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  static FILE* const quiet = std::freopen("/dev/null", "w", stdout);
+  static corvane::fuzz::InputFile input(".in");
+  static const std::string out = "/tmp/corvane-fuzz-" + std::to_string(getpid()) + ".out";
+  if (quiet == nullptr) std::abort();
+  const bool video = size >= 9 && std::memcmp(data, "YUV4MPEG2", 9) == 0;
+  const std::vector<Words>& commands = video ? kVideoCommands : kAudioCommands;
+  const Words words = Expand(commands[size % commands.size()], input.Write(data, size), out);
+
+  const corvane::tool::Command* command = corvane::tool::FindCommand(words.front());
+  if (command == nullptr) std::abort();
+  try {
+    command->run(Words(words.begin() + 1, words.end()));
+  } catch (const corvane::tool::ToolError&) {
+    if (access(out.c_str(), F_OK) == 0) std::abort();  // a failed command left its output
+  }
+  std::remove(out.c_str());
+  return 0;
+}
