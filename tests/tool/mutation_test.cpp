@@ -40,6 +40,9 @@ const std::vector<FileUse>& FileUses() {
       {".mp3", {{"probe", "{in}", "--json"}}},
       {".adts", {{"probe", "{in}", "--json", "--frames"}}},
       {".latm", {{"probe", "{in}"}}},
+      {".y4m",
+       {{"deinterlace", "--all", "--use-chroma", "--show-status", "{in}", "{out}"},
+        {"deinterlace", "--method", "bob", "{in}", "{out}"}}},
   };
   return uses;
 }
