@@ -8,4 +8,7 @@
 #pragma once
 
 #include "primitives/dispatch.h"
+#include "primitives/prim_resize.h"
+#include "primitives/prim_signal.h"
 #include "primitives/prim_status.h"
+#include "primitives/prim_plane.h"

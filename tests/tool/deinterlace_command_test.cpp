@@ -124,6 +124,12 @@ TEST_F(DeinterlaceCommandTest, SmartRepairsCombedFramesAndPassesTheRestThrough) 
   EXPECT_EQ(frames[0], Bytes(repaired));
   EXPECT_EQ(frames[1], Bytes(Flat(90)));
   EXPECT_EQ(frames[2], Bytes(Striped()));
+
+  // A forced field order makes the progressive frame interlaced too.
+  ASSERT_EQ(Run("--field-order tff in.y4m forced.y4m"), 0) << error_;
+  EXPECT_NE(error_.find("3 frames: 2 combed, 1 clean (untouched), 0 progressive"), std::string::npos) << error_;
+  EXPECT_EQ(FramesOf(Read("forced.y4m"))[2], Bytes(repaired));
+  EXPECT_NE(Run("--field-order top in.y4m bad.y4m"), 0);
 }
 
 TEST_F(DeinterlaceCommandTest, SettingsReachTheSmartDeinterlacer) {

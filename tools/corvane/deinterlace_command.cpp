@@ -71,13 +71,31 @@ void Count(const CSmartFieldDeinterlacer* smart, Tally& tally) {
   }
 }
 
+// Streams often carry no interlace tag, or a wrong one: --field-order
+// overrides what the stream says for every frame.
+struct FieldOrder {
+  bool forced = false;
+  bool topFirst = true;
+};
+
+FieldOrder FieldOrderOption(const Args& args) {
+  if (!args.Has("field-order")) return {};
+  const std::string order = args.Get("field-order", "");
+  if (order != "tff" && order != "bff") throw ToolError("--field-order takes tff or bff, not '" + order + "'");
+  return {true, order == "tff"};
+}
+
 Tally Deinterlace(Y4MReader& reader, Y4MWriter& writer, CDeinterlacer& deinterlacer,
-                  const CSmartFieldDeinterlacer* smart) {
+                  const CSmartFieldDeinterlacer* smart, FieldOrder order) {
   Progress progress("deinterlace", reader.ExpectedFrames());
   Tally tally;
   CYUVFrame frame;
   while (reader.ReadFrame(frame)) {
     frame.presentationTime = frame.stampA = PresentationTime(tally.frames, reader.Format());
+    if (order.forced) {
+      frame.progressive = false;
+      frame.topFieldFirst = order.topFirst;
+    }
     if (frame.progressive) {
       ++tally.progressive;
     } else {
@@ -105,18 +123,19 @@ void PrintSummary(const Tally& tally, bool smart, const std::string& output) {
 }
 
 int RunDeinterlace(const std::vector<std::string>& arguments) {
-  const Args args(arguments, {"method", "comb-threshold", "motion-threshold"},
+  const Args args(arguments, {"method", "comb-threshold", "motion-threshold", "field-order"},
                   {std::begin(kSmartFlags), std::end(kSmartFlags)});
   args.ExpectPositional(2, "IN.y4m and OUT.y4m");
   CSmartFieldDeinterlacer* smart = nullptr;
   const std::unique_ptr<CDeinterlacer> deinterlacer = MakeDeinterlacer(args, smart);
+  const FieldOrder order = FieldOrderOption(args);
 
   Y4MReader reader(args.Positional()[0]);
   Y4MFormat format = reader.Format();
   format.interlace = 'p';
   OutputFile output(args.Positional()[1]);
   Y4MWriter writer(output, format);
-  const Tally tally = Deinterlace(reader, writer, *deinterlacer, smart);
+  const Tally tally = Deinterlace(reader, writer, *deinterlacer, smart, order);
   output.Commit();
   PrintSummary(tally, smart != nullptr, args.Positional()[1]);
   return 0;
@@ -136,6 +155,8 @@ const bool registered = RegisterCommand({
     "  --method smart|bob      smart (default): find the combed frames and repair\n"
     "                          the moving pixels of their odd rows; bob: double the\n"
     "                          top field of every interlaced frame (luma only)\n"
+    "  --field-order tff|bff   treat every frame as interlaced in this field order,\n"
+    "                          whatever the stream's tag says\n"
     "\n"
     "Settings of the smart deinterlacer. The comb product of a pixel is\n"
     "(below - pixel) * (above - pixel): positive where the pixel stands off both\n"

@@ -1,0 +1,224 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <vector>
+
+#include "image/image_support.h"
+#include "platform/bitmap.h"
+#include "platform/global_memory.h"
+
+namespace {
+
+CYUVFrame Filled(int width, int height, CHROMA chroma, uint8_t y, uint8_t u, uint8_t v) {
+  CYUVFrame frame(width, height, chroma);
+  std::memset(frame.y, y, static_cast<size_t>(frame.lumaPlaneSize));
+  std::memset(frame.u, u, static_cast<size_t>(frame.chromaPlaneSize));
+  std::memset(frame.v, v, static_cast<size_t>(frame.chromaPlaneSize));
+  return frame;
+}
+
+TEST(ColourConversionTest, SinglePixelsBetweenWordsAndStudioRange) {
+  EXPECT_EQ(CImageSupport::RGBFromYCbCr(16, 128, 128), 0x000000ul);
+  // (76284 * 235 - 1220544) >> 16 = 254 in all three channels.
+  EXPECT_EQ(CImageSupport::RGBFromYCbCr(235, 128, 128), 0xFEFEFEul);
+  unsigned char out[3];
+  CImageSupport::YCbCrFromRGB(0xFFFFFF, out);
+  EXPECT_EQ(out[0], 235);
+  EXPECT_EQ(out[1], 128);
+  EXPECT_EQ(out[2], 128);
+  CImageSupport::YCbCrFromRGB(0x000000, out);
+  EXPECT_EQ(out[0], 16);
+  // Pure red: Y = (16843 * 255 + 0x108000) >> 16 = 82; Cr = (28770 * 255 + 0x808000) >> 16 = 240.
+  CImageSupport::YCbCrFromRGB(0x0000FF, out);
+  EXPECT_EQ(out[0], 82);
+  EXPECT_EQ(out[2], 240);
+}
+
+TEST(ColourConversionTest, StudioAndAnalogPathsDifferOnBlack) {
+  const int width = 6, height = 4;
+  std::vector<uint8_t> black(3 * width * height, 0);
+  CYUVFrame studio(width, height, CHROMA_420);
+  EXPECT_EQ(CImageSupport::ConvertRGBBuffer_to_YUVFrame(black.data(), studio), S_OK);
+  EXPECT_EQ(studio.y[0], 16);
+  EXPECT_EQ(studio.u[0], 128);
+
+  CYUVFrame analog;
+  EXPECT_EQ(CImageSupport::ConvertRGBBuffer2YUV420Frame(black.data(), analog, width, height), S_OK);
+  EXPECT_EQ(analog.y[0], 0);
+  EXPECT_EQ(analog.u[0], 128);
+  EXPECT_EQ(analog.y[analog.stride * (height - 1) + width - 1], 0);
+  // The luma padding columns were set to 16 before the conversion.
+  EXPECT_EQ(analog.y[width], 16);
+}
+
+TEST(ColourConversionTest, BottomUpBufferLandsTopDownAndOddSizesGrow) {
+  const int width = 721, height = 481;
+  const int evenWidth = 722, evenHeight = 482;
+  std::vector<uint8_t> rgb(3 * evenWidth * evenHeight, 0);
+  // The last row of the buffer is the top of the picture: make it white.
+  std::memset(rgb.data() + 3 * evenWidth * (evenHeight - 1), 255, 3 * evenWidth);
+  CYUVFrame frame;
+  CImageSupport::ConvertRGBBuffer2YUV420Frame(rgb.data(), frame, width, height);
+  EXPECT_EQ(frame.width, evenWidth);
+  EXPECT_EQ(frame.height, evenHeight);
+  EXPECT_EQ(frame.y[0], 255);
+  EXPECT_EQ(frame.y[frame.stride], 0);
+}
+
+TEST(ColourConversionTest, FrameToRgbRefusesFourFourFour) {
+  CYUVFrame frame = Filled(8, 4, CHROMA_444, 16, 128, 128);
+  std::vector<uint8_t> rgb(3 * 8 * 4, 7);
+  EXPECT_EQ(CImageSupport::ConvertYUVFrame_to_RGBBuffer(rgb.data(), frame), S_FALSE);
+  EXPECT_EQ(rgb[0], 7);
+  CYUVFrame frame422 = Filled(8, 4, CHROMA_422, 16, 128, 128);
+  EXPECT_EQ(CImageSupport::ConvertYUVFrame_to_RGBBuffer(rgb.data(), frame422), S_OK);
+  EXPECT_EQ(rgb[0], 0);
+}
+
+TEST(ColourConversionTest, AreaConversionStartsAtTheAreasPixel) {
+  CYUVFrame frame = Filled(32, 16, CHROMA_420, 16, 128, 128);
+  frame.y[4 * frame.stride + 6] = 235;  // top-left pixel of the area
+  std::vector<uint8_t> rgb(3 * 10 * 8, 0);
+  CImageSupport::ConvertYUVFrame_to_RGBBuffer(rgb.data(), frame, CRect(6, 4, 16, 12));
+  // PrimYCbCr420ToRGB has a rounding term: (76284 * 235 - 1187776) >> 16 = 255.
+  EXPECT_EQ(rgb[0], 255);
+  EXPECT_EQ(rgb[3], 0);
+}
+
+TEST(ColourConversionTest, ConvertChromaFollowsThePairTable) {
+  CYUVFrame source = Filled(16, 8, CHROMA_420, 100, 50, 200);
+  source.stampB = 77;
+  for (int row = 0; row < source.chromaHeight; ++row) {
+    std::memset(source.u + row * source.chromaStride, 10 * row, static_cast<size_t>(source.chromaStride));
+  }
+
+  CYUVFrame target;
+  source.progressive = true;
+  ASSERT_EQ(CImageSupport::ConvertChroma(&source, &target, CHROMA_422), S_OK);
+  EXPECT_EQ(target.chroma, CHROMA_422);
+  EXPECT_EQ(target.stampB, 77);
+  // Progressive 4:2:0 to 4:2:2 doubles each chroma line.
+  EXPECT_EQ(target.u[0 * target.chromaStride], 0);
+  EXPECT_EQ(target.u[1 * target.chromaStride], 0);
+  EXPECT_EQ(target.u[2 * target.chromaStride], 10);
+  EXPECT_EQ(target.u[3 * target.chromaStride], 10);
+  EXPECT_EQ(target.y[5], 100);
+
+  // Interlaced: the field-wise filter gives (5 * 0 + 3 * 20 + 4) >> 3 = 8 on row 2.
+  source.progressive = false;
+  ASSERT_EQ(CImageSupport::ConvertChroma(&source, &target, CHROMA_422), S_OK);
+  EXPECT_EQ(target.u[2 * target.chromaStride], 8);
+
+  CYUVFrame back;
+  ASSERT_EQ(CImageSupport::ConvertChroma(&target, &back, CHROMA_420), S_OK);
+  EXPECT_EQ(back.chroma, CHROMA_420);
+  EXPECT_EQ(back.v[0], 200);
+
+  CYUVFrame same;
+  ASSERT_EQ(CImageSupport::ConvertChroma(&source, &same, CHROMA_420), S_OK);
+  EXPECT_EQ(0, std::memcmp(same.y, source.y, source.bufferSize));
+
+  CYUVFrame refused;
+  EXPECT_EQ(CImageSupport::ConvertChroma(&source, &refused, CHROMA_444), E_FAIL);
+  EXPECT_EQ(refused.chroma, CHROMA_444);
+  EXPECT_EQ(refused.stampB, 77);
+  EXPECT_EQ(refused.bufferSize, 3u * 16 * 16);
+  CYUVFrame source444 = Filled(16, 8, CHROMA_444, 1, 2, 3);
+  EXPECT_EQ(CImageSupport::ConvertChroma(&source444, &refused, CHROMA_422), E_FAIL);
+}
+
+TEST(ColourConversionTest, ColourSpaceMatrixKeepsWhiteAndWrapsBelowBlack) {
+  CYUVFrame source = Filled(4, 2, CHROMA_420, 235, 128, 128);
+  CYUVFrame target;
+  CImageSupport::ConvertColorSpace(CImageSupport::COLOR_SPACE_BT709_TO_BT601, source, target);
+  EXPECT_EQ(target.y[0], 235);
+  EXPECT_EQ(target.u[0], 128);
+  EXPECT_EQ(target.v[0], 128);
+
+  // Y 16 with Cb = Cr = 16: Y' = 16 + 0.0993116 * -112 + 0.19169955 * -112 = -16.59..., truncated
+  // to -16 and stored as its low byte, 240.
+  CYUVFrame low = Filled(4, 2, CHROMA_420, 16, 16, 16);
+  CImageSupport::ConvertColorSpace(CImageSupport::COLOR_SPACE_BT709_TO_BT601, low, target);
+  EXPECT_EQ(target.y[0], 240);
+  // U' = 128 + 0.9898538 * -112 - 0.11065251 * -112 = 29.53..., truncated to 29.
+  EXPECT_EQ(target.u[0], 29);
+}
+
+TEST(ColourConversionTest, ColourSpaceAgainstDoubleReferenceOnRandomPixels) {
+  CYUVFrame source(18, 6, CHROMA_422);
+  uint32_t seed = 12345;
+  for (uint32_t i = 0; i < source.bufferSize; ++i) {
+    seed = seed * 1664525u + 1013904223u;
+    source.y[i] = static_cast<uint8_t>(seed >> 24);
+  }
+  CYUVFrame target;
+  CImageSupport::ConvertColorSpace(CImageSupport::COLOR_SPACE_BT709_TO_BT601, source, target);
+  const double m[3][3] = {{1.0, 0.09931160, 0.19169955}, {0.0, 0.98985380, -0.11065251}, {0.0, -0.07245296, 0.98339784}};
+  int mismatches = 0;
+  for (int row = 0; row < source.height; ++row) {
+    for (int x = 0; x < source.width; ++x) {
+      const double y = source.y[row * source.stride + x] - 16;
+      const double u = source.u[row * source.chromaStride + x / 2] - 128;
+      const double v = source.v[row * source.chromaStride + x / 2] - 128;
+      const double outY = std::min(m[0][0] * y + m[0][1] * u + m[0][2] * v + 16, 235.0);
+      const auto expected = static_cast<uint8_t>(static_cast<int>(outY));
+      const uint8_t got = target.y[row * target.stride + x];
+      // Single and double precision may truncate differently only right next to a whole number.
+      if (expected != got && std::abs(outY - std::round(outY)) > 1e-4) {
+        ++mismatches;
+        ADD_FAILURE() << "row " << row << " x " << x << " expected " << int(expected) << " got " << int(got);
+      }
+    }
+  }
+  EXPECT_EQ(mismatches, 0);
+}
+
+TEST(ColourConversionTest, Convert422To420KeepsEvenChromaLinesOnly) {
+  const int width = 8, height = 4;
+  std::vector<uint8_t> y(width * height, 50), u(width / 2 * height), v(width / 2 * height);
+  for (int row = 0; row < height; ++row) {
+    std::memset(u.data() + row * width / 2, row % 2 == 1 ? 255 : 0, width / 2);
+    std::memset(v.data() + row * width / 2, row, width / 2);
+  }
+  std::vector<uint8_t> dy(width * height), du(width / 2 * height / 2), dv(width / 2 * height / 2);
+  const unsigned char* src[3] = {y.data(), u.data(), v.data()};
+  unsigned char* dst[3] = {dy.data(), du.data(), dv.data()};
+  const unsigned steps[3] = {width, width / 2, width / 2};
+  CImageSupport::Convert422To420(dst, src, width, height, steps, false);
+  // The pattern on the odd chroma lines vanishes.
+  for (uint8_t sample : du) EXPECT_EQ(sample, 0);
+  EXPECT_EQ(dv[0], 0);
+  EXPECT_EQ(dv[width / 2], 2);
+}
+
+TEST(ColourConversionTest, DibRoundTripThroughTheBitmapCalls) {
+  // A 5x3 bitmap of distinct colours, rows from the top, padded to 4 bytes.
+  const int width = 5, height = 3, rowBytes = 16;
+  std::vector<uint8_t> bits(rowBytes * height, 0);
+  for (int row = 0; row < height; ++row) {
+    for (int x = 0; x < width; ++x) {
+      bits[row * rowBytes + 3 * x + 0] = static_cast<uint8_t>(40 * x);        // B
+      bits[row * rowBytes + 3 * x + 1] = static_cast<uint8_t>(100 * row);     // G
+      bits[row * rowBytes + 3 * x + 2] = 200;                                 // R
+    }
+  }
+  CBitmap bitmap;
+  ASSERT_TRUE(bitmap.CreateBitmap(width, height, bits.data()));
+  void* dib = CImageSupport::DDBToDIB(&bitmap);
+  ASSERT_NE(dib, nullptr);
+  EXPECT_EQ(GlobalSize(static_cast<HGLOBAL>(dib)), 40u + rowBytes * height);
+
+  CYUVFrame frame;
+  CImageSupport::ConvertRGB_dib_bitmap_to_YUV(dib, frame, CHROMA_422);
+  EXPECT_EQ(frame.width, width);
+  EXPECT_EQ(frame.chroma, CHROMA_422);
+  // Top-left pixel R 200, G 0, B 0: Y = (16843 * 200 + 0x108000) >> 16 = 67.
+  EXPECT_EQ(frame.y[0], 67);
+  // Second line, G 100: Y = (16843 * 200 + 33030 * 100 + 0x108000) >> 16 = 118.
+  EXPECT_EQ(frame.y[frame.stride], 118);
+  GlobalFree(static_cast<HGLOBAL>(dib));
+}
+
+}  // namespace

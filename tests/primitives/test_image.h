@@ -1,0 +1,96 @@
+// Images for the primitive tests. The allocation of a TestImage ends exactly
+// where its last row ends, so an access past the image trips the address
+// sanitizer; the bytes in front of the first row and the padding between rows
+// are guard bytes that a primitive must leave alone.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <memory>
+#include <random>
+#include <vector>
+
+#include "primitives/dispatch.h"
+
+namespace prim_test {
+
+class TestImage {
+ public:
+  TestImage(int rowBytes, int rows, int padding = 0)
+      : rowBytes_(rowBytes), rows_(rows), step_(rowBytes + padding), size_(kFront + (rows - 1) * step_ + rowBytes) {
+    storage_ = std::make_unique<uint8_t[]>(static_cast<size_t>(size_));
+    std::fill_n(storage_.get(), size_, kGuard);
+  }
+
+  uint8_t* data() { return storage_.get() + kFront; }
+  const uint8_t* data() const { return storage_.get() + kFront; }
+  int step() const { return step_; }
+  int rowBytes() const { return rowBytes_; }
+  int rows() const { return rows_; }
+  uint8_t& at(int x, int y) { return data()[y * step_ + x]; }
+  const uint8_t& at(int x, int y) const { return data()[y * step_ + x]; }
+
+  void Fill(uint8_t value) {
+    for (int y = 0; y < rows_; ++y) std::fill_n(data() + y * step_, rowBytes_, value);
+  }
+  void FillRandom(std::mt19937& random) {
+    for (int y = 0; y < rows_; ++y) {
+      for (int x = 0; x < rowBytes_; ++x) at(x, y) = static_cast<uint8_t>(random());
+    }
+  }
+
+  // True when nothing outside the rows was written.
+  bool GuardsIntact() const {
+    for (int i = 0; i < kFront; ++i) {
+      if (storage_[i] != kGuard) return false;
+    }
+    for (int y = 0; y + 1 < rows_; ++y) {
+      for (int x = rowBytes_; x < step_; ++x) {
+        if (at(x, y) != kGuard) return false;
+      }
+    }
+    return true;
+  }
+
+ private:
+  static constexpr int kFront = 32;
+  static constexpr uint8_t kGuard = 0xA5;
+  int rowBytes_, rows_, step_, size_;
+  std::unique_ptr<uint8_t[]> storage_;
+};
+
+// Three planes with their pointer and step arrays, as the planar primitives
+// take them. Chroma planes have chromaWidth by chromaHeight bytes.
+struct TestPlanes {
+  TestPlanes(int width, int height, int chromaWidth, int chromaHeight, int padding = 0)
+      : planes{TestImage(width, height, padding), TestImage(chromaWidth, chromaHeight, padding + 1),
+               TestImage(chromaWidth, chromaHeight, padding + 3)} {
+    for (int i = 0; i < 3; ++i) {
+      pointers[i] = planes[i].data();
+      steps[i] = planes[i].step();
+    }
+  }
+  void FillRandom(std::mt19937& random) {
+    for (TestImage& plane : planes) plane.FillRandom(random);
+  }
+  bool GuardsIntact() const { return planes[0].GuardsIntact() && planes[1].GuardsIntact() && planes[2].GuardsIntact(); }
+
+  TestImage planes[3];
+  uint8_t* pointers[3];
+  int steps[3];
+};
+
+// Runs `body` once with each slot this processor supports selected, then
+// restores the slot that PrimInit chooses.
+template <typename Body>
+void ForEachSlot(Body body) {
+  for (int slot = 0; slot <= PrimHighestSupportedSlot(); ++slot) {
+    ASSERT_TRUE(PrimForceSlot(slot));
+    SCOPED_TRACE(::testing::Message() << "slot " << slot);
+    body();
+  }
+  PrimInit();
+}
+
+}  // namespace prim_test
