@@ -3,6 +3,7 @@
 // and leaves no output behind when it fails. A YUV4MPEG2 signature picks the
 // video commands, anything else the audio ones; the input's size picks the
 // variant.
+#include <glob.h>
 #include <unistd.h>
 
 #include <cstddef>
@@ -24,11 +25,30 @@ const std::vector<Words> kVideoCommands = {
     {"deinterlace", "{in}", "{out}"},
     {"deinterlace", "--all", "--use-chroma", "--blend", "--show-motion-map", "--show-status", "{in}", "{out}"},
     {"deinterlace", "--method", "bob", "{in}", "{out}"},
+    {"convert", "{in}", "{out}", "--chroma", "422", "--bt709-to-bt601"},
+    {"convert", "{in}", "{out}", "--chroma", "420"},
+    {"interlace", "{in}", "{out}", "--cadence", "bff"},
+    {"interlace", "{in}", "{out}", "--pulldown", "3:2"},
+    {"psnr", "{in}", "{in}", "--area", "1,1,7,5"},
+    {"resize", "{in}", "{out}", "--size", "17x9", "--crop", "-3,1,2,-1", "--margins", "1,0,2,1"},
+    {"resize", "{in}", "{out}", "--size", "3x2", "--supersample", "--fill", "10ff80"},
+    {"snapshot", "{in}", "--frame", "1", "{out}"},
+    {"dump", "{in}", "{out}", "--numbered"},
 };
 
 const std::vector<Words> kAudioCommands = {
     {"probe", "--frames", "--json", "{in}"},
 };
+
+// The files a command made from the output name: the name itself, or more
+// beside it (a dump's planes and header).
+std::vector<std::string> Outputs(const std::string& out) {
+  std::vector<std::string> paths;
+  glob_t found{};
+  if (glob((out + "*").c_str(), 0, nullptr, &found) == 0) paths.assign(found.gl_pathv, found.gl_pathv + found.gl_pathc);
+  globfree(&found);
+  return paths;
+}
 
 Words Expand(const Words& words, const std::string& in, const std::string& out) {
   Words expanded;
@@ -52,8 +72,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   try {
     command->run(Words(words.begin() + 1, words.end()));
   } catch (const corvane::tool::ToolError&) {
-    if (access(out.c_str(), F_OK) == 0) std::abort();  // a failed command left its output
+    if (!Outputs(out).empty()) std::abort();  // a failed command left output behind
   }
-  std::remove(out.c_str());
+  for (const std::string& path : Outputs(out)) std::remove(path.c_str());
   return 0;
 }
