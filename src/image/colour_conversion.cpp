@@ -2,6 +2,7 @@
 // formats, and from the BT.709 to the BT.601 colour matrix.
 #include <algorithm>
 #include <cstring>
+#include <vector>
 
 #include "image/image_support.h"
 #include "platform/buffer_alloc.h"
@@ -224,31 +225,52 @@ float MatrixRow(int row, float y, float u, float v) {
 
 }  // namespace
 
+namespace {
+
+// The chroma side of one line. m10 and m20 are 0, so a chroma output depends
+// on its chroma sample alone and is worked out once per sample; so are the
+// luma row's chroma terms m01·U and m02·V, spread to the columns they serve.
+void ConvertChromaLine(const uint8_t* sourceU, const uint8_t* sourceV, uint8_t* targetU, uint8_t* targetV,
+                       int samples, int columnsPerSample, float* uTerm, float* vTerm) {
+  for (int c = 0; c < samples; ++c) {
+    const float u = static_cast<float>(sourceU[c] - 128);
+    const float v = static_cast<float>(sourceV[c] - 128);
+    targetU[c] = StoreLow8(std::min(MatrixRow(1, 0.0f, u, v) + 128.0f, 240.0f));
+    targetV[c] = StoreLow8(std::min(MatrixRow(2, 0.0f, u, v) + 128.0f, 240.0f));
+    for (int k = 0; k < columnsPerSample; ++k) {
+      uTerm[columnsPerSample * c + k] = kBT709ToBT601[0][1] * u;
+      vTerm[columnsPerSample * c + k] = kBT709ToBT601[0][2] * v;
+    }
+  }
+}
+
+// The luma side: (m00·Y + m01·U) + m02·V in the matrix's order, m00 being 1.
+void ConvertLumaLine(const uint8_t* sourceY, uint8_t* targetY, int width, const float* uTerm, const float* vTerm) {
+  for (int x = 0; x < width; ++x) {
+    const float y = static_cast<float>(sourceY[x] - 16);
+    targetY[x] = StoreLow8(std::min((y + uTerm[x]) + vTerm[x] + 16.0f, 235.0f));
+  }
+}
+
+}  // namespace
+
 HRESULT CImageSupport::ConvertColorSpace(COLOR_SPACE_CONVERT, const CYUVFrame& source, CYUVFrame& target) {
   TakeHeaderAndGeometry(source, target, source.chroma);
   const int chromaLineDivisor = source.chroma == CHROMA_420 ? 2 : 1;
+  // A 4:4:4 plane has a chroma sample for every column; chroma depends on
+  // chroma alone, so its left half is what halved columns would give.
+  const int columnsPerSample = source.chroma == CHROMA_444 ? 1 : 2;
+  const int samples = (source.width + columnsPerSample - 1) / columnsPerSample;
+  std::vector<float> uTerm(static_cast<size_t>(samples) * columnsPerSample);
+  std::vector<float> vTerm(uTerm.size());
   for (int i = 0; i < source.height; ++i) {
-    const uint8_t* sourceY = source.y + i * source.stride;
-    const size_t chromaLine = static_cast<size_t>(i / chromaLineDivisor) * source.chromaStride;
-    const uint8_t* sourceU = source.u + chromaLine;
-    const uint8_t* sourceV = source.v + chromaLine;
-    uint8_t* targetY = target.y + i * target.stride;
-    uint8_t* targetU = target.u + chromaLine;
-    uint8_t* targetV = target.v + chromaLine;
-    for (int x = 0; x < source.width; ++x) {
-      // A 4:4:4 plane has a chroma sample for every column. Chroma depends on
-      // chroma alone, so the left half is what halved columns would give.
-      const int c = source.chroma == CHROMA_444 ? x : x / 2;
-      const float y = static_cast<float>(sourceY[x] - 16);
-      const float u = static_cast<float>(sourceU[c] - 128);
-      const float v = static_cast<float>(sourceV[c] - 128);
-      const float outY = std::min(MatrixRow(0, y, u, v) + 16.0f, 235.0f);
-      const float outU = std::min(MatrixRow(1, y, u, v) + 128.0f, 240.0f);
-      const float outV = std::min(MatrixRow(2, y, u, v) + 128.0f, 240.0f);
-      targetY[x] = StoreLow8(outY);
-      targetU[c] = StoreLow8(outU);
-      targetV[c] = StoreLow8(outV);
+    if (i % chromaLineDivisor == 0) {
+      const size_t chromaLine = static_cast<size_t>(i / chromaLineDivisor) * source.chromaStride;
+      ConvertChromaLine(source.u + chromaLine, source.v + chromaLine, target.u + chromaLine, target.v + chromaLine,
+                        samples, columnsPerSample, uTerm.data(), vTerm.data());
     }
+    ConvertLumaLine(source.y + static_cast<size_t>(i) * source.stride, target.y + static_cast<size_t>(i) * target.stride,
+                    source.width, uTerm.data(), vTerm.data());
   }
   return S_OK;
 }

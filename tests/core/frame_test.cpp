@@ -7,25 +7,11 @@
 #include <vector>
 
 #include "platform/buffer_alloc.h"
+#include "support/library_checks.h"
 
 namespace {
 
-// Every test here must give back exactly the blocks it took.
-class FrameTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    largeBlocks_ = LargeBufferLiveBlocks();
-    blocks_ = BufferLiveBlocks();
-  }
-  void TearDown() override {
-    EXPECT_EQ(LargeBufferLiveBlocks(), largeBlocks_);
-    EXPECT_EQ(BufferLiveBlocks(), blocks_);
-  }
-
- private:
-  int64_t largeBlocks_ = 0;
-  int64_t blocks_ = 0;
-};
+using FrameTest = corvane::test::LeakCheckedTest;
 
 TEST_F(FrameTest, SetFormatGeometryFor576i420) {
   const int64_t bytesBefore = LargeBufferLiveBytes();

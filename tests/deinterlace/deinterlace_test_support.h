@@ -10,8 +10,7 @@
 #include <vector>
 
 #include "deinterlace/smart_field_deinterlacer.h"
-#include "platform/buffer_alloc.h"
-#include "platform/logger.h"
+#include "support/library_checks.h"
 
 namespace deinterlace_test {
 
@@ -66,34 +65,7 @@ inline CYUVFrame FlatFrame(int width, int height, uint8_t y, uint8_t u, uint8_t 
 
 inline std::vector<uint8_t> Block(const CYUVFrame& frame) { return {frame.y, frame.y + frame.bufferSize}; }
 
-// Collects the logged lines while it lives.
-class LogCapture {
- public:
-  LogCapture() {
-    CLogger::SetSink(
-        [this](int level, const std::string& line) { lines.push_back(std::to_string(level) + ":" + line); });
-  }
-  ~LogCapture() { CLogger::SetSink(nullptr); }
-  LogCapture(const LogCapture&) = delete;
-  LogCapture& operator=(const LogCapture&) = delete;
-  std::vector<std::string> lines;
-};
-
-// Every test must give back exactly the blocks it took.
-class LeakCheckedTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    largeBlocks_ = LargeBufferLiveBlocks();
-    blocks_ = BufferLiveBlocks();
-  }
-  void TearDown() override {
-    EXPECT_EQ(LargeBufferLiveBlocks(), largeBlocks_);
-    EXPECT_EQ(BufferLiveBlocks(), blocks_);
-  }
-
- private:
-  int64_t largeBlocks_ = 0;
-  int64_t blocks_ = 0;
-};
+using corvane::test::LeakCheckedTest;
+using corvane::test::LogCapture;
 
 }  // namespace deinterlace_test

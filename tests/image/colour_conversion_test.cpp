@@ -146,33 +146,41 @@ TEST(ColourConversionTest, ColourSpaceMatrixKeepsWhiteAndWrapsBelowBlack) {
   EXPECT_EQ(target.u[0], 29);
 }
 
-TEST(ColourConversionTest, ColourSpaceAgainstDoubleReferenceOnRandomPixels) {
-  CYUVFrame source(18, 6, CHROMA_422);
+// The per-pixel formula in single precision, written out directly.
+uint8_t ReferencePixel(int row, float y, float u, float v, float offset, float limit) {
+  static const float m[3][3] = {{1.0f, 0.09931160f, 0.19169955f},
+                                {0.0f, 0.98985380f, -0.11065251f},
+                                {0.0f, -0.07245296f, 0.98339784f}};
+  const float sum = m[row][0] * y + m[row][1] * u + m[row][2] * v;
+  return static_cast<uint8_t>(static_cast<int>(std::min(sum + offset, limit)));
+}
+
+TEST(ColourConversionTest, ColourSpaceEqualsThePerPixelFormulaOnRandomFrames) {
   uint32_t seed = 12345;
-  for (uint32_t i = 0; i < source.bufferSize; ++i) {
-    seed = seed * 1664525u + 1013904223u;
-    source.y[i] = static_cast<uint8_t>(seed >> 24);
-  }
-  CYUVFrame target;
-  CImageSupport::ConvertColorSpace(CImageSupport::COLOR_SPACE_BT709_TO_BT601, source, target);
-  const double m[3][3] = {{1.0, 0.09931160, 0.19169955}, {0.0, 0.98985380, -0.11065251}, {0.0, -0.07245296, 0.98339784}};
-  int mismatches = 0;
-  for (int row = 0; row < source.height; ++row) {
-    for (int x = 0; x < source.width; ++x) {
-      const double y = source.y[row * source.stride + x] - 16;
-      const double u = source.u[row * source.chromaStride + x / 2] - 128;
-      const double v = source.v[row * source.chromaStride + x / 2] - 128;
-      const double outY = std::min(m[0][0] * y + m[0][1] * u + m[0][2] * v + 16, 235.0);
-      const auto expected = static_cast<uint8_t>(static_cast<int>(outY));
-      const uint8_t got = target.y[row * target.stride + x];
-      // Single and double precision may truncate differently only right next to a whole number.
-      if (expected != got && std::abs(outY - std::round(outY)) > 1e-4) {
-        ++mismatches;
-        ADD_FAILURE() << "row " << row << " x " << x << " expected " << int(expected) << " got " << int(got);
+  for (CHROMA chroma : {CHROMA_420, CHROMA_422, CHROMA_444}) {
+    CYUVFrame source(37, 9, chroma);
+    for (uint32_t i = 0; i < source.bufferSize; ++i) {
+      seed = seed * 1664525u + 1013904223u;
+      source.y[i] = static_cast<uint8_t>(seed >> 24);
+    }
+    CYUVFrame target;
+    CImageSupport::ConvertColorSpace(CImageSupport::COLOR_SPACE_BT709_TO_BT601, source, target);
+    const int lineDivisor = chroma == CHROMA_420 ? 2 : 1;
+    const int columnDivisor = chroma == CHROMA_444 ? 1 : 2;
+    for (int row = 0; row < source.height; ++row) {
+      for (int x = 0; x < source.width; ++x) {
+        const int c = x / columnDivisor;
+        const int chromaAt = (row / lineDivisor) * source.chromaStride + c;
+        const float y = static_cast<float>(source.y[row * source.stride + x] - 16);
+        const float u = static_cast<float>(source.u[chromaAt] - 128);
+        const float v = static_cast<float>(source.v[chromaAt] - 128);
+        ASSERT_EQ(target.y[row * target.stride + x], ReferencePixel(0, y, u, v, 16.0f, 235.0f))
+            << "chroma " << chroma << " row " << row << " x " << x;
+        ASSERT_EQ(target.u[chromaAt], ReferencePixel(1, y, u, v, 128.0f, 240.0f)) << "row " << row << " x " << x;
+        ASSERT_EQ(target.v[chromaAt], ReferencePixel(2, y, u, v, 128.0f, 240.0f)) << "row " << row << " x " << x;
       }
     }
   }
-  EXPECT_EQ(mismatches, 0);
 }
 
 TEST(ColourConversionTest, Convert422To420KeepsEvenChromaLinesOnly) {

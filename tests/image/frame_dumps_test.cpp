@@ -13,6 +13,7 @@
 #include "platform/bitmap.h"
 #include "platform/global_memory.h"
 #include "platform/logger.h"
+#include "support/library_checks.h"
 #include "support/temp_folder.h"
 
 namespace {
@@ -95,15 +96,13 @@ TEST_F(FrameDumpTest, FailuresAreLoggedAndReportedAsZero) {
   EXPECT_EQ(CImageSupport::WriteDIB(Path("none.bmp").c_str(), nullptr), 0);
   EXPECT_FALSE(fs::exists(Path("none.bmp")));
 
-  std::vector<std::string> lines;
-  CLogger::SetSink([&](int, const std::string& line) { lines.push_back(line); });
+  corvane::test::LogCapture log;
   HGLOBAL block = GlobalAlloc(GMEM_FIXED, 60);
   const std::string missing = Path("no/such/folder.bmp");
   EXPECT_EQ(CImageSupport::WriteDIB(missing.c_str(), block), 0);
   GlobalFree(block);
-  CLogger::SetSink(nullptr);
-  ASSERT_EQ(lines.size(), 1u);
-  EXPECT_EQ(lines[0], "BMP frame capture file: " + missing + ", open error:2");
+  ASSERT_EQ(log.lines.size(), 1u);
+  EXPECT_EQ(log.lines[0], "0:BMP frame capture file: " + missing + ", open error:2");
 }
 
 TEST_F(FrameDumpTest, BitmapLinesRepeatAndLumaOffsetStopsAtWhite) {
