@@ -24,7 +24,7 @@ using Words = std::vector<std::string>;
 const std::vector<Words> kVideoCommands = {
     {"deinterlace", "{in}", "{out}"},
     {"deinterlace", "--all", "--use-chroma", "--blend", "--show-motion-map", "--show-status", "{in}", "{out}"},
-    {"deinterlace", "--method", "bob", "{in}", "{out}"},
+    {"deinterlace", "--method", "bob", "--field-order", "bff", "{in}", "{out}"},
     {"convert", "{in}", "{out}", "--chroma", "422", "--bt709-to-bt601"},
     {"convert", "{in}", "{out}", "--chroma", "420"},
     {"interlace", "{in}", "{out}", "--cadence", "bff"},
