@@ -10,6 +10,7 @@ packages=(
   libtesseract-dev tesseract-ocr-eng
   libfftw3-dev libyuv-dev libswscale-dev libavutil-dev libebur128-dev libsoxr-dev
   ffmpeg imagemagick
+  libfreetype-dev fonts-dejavu-core
 )
 
 missing=()

@@ -3,6 +3,8 @@
 #pragma once
 
 #include "audioparse/audio_support.h"
+#include "audioproc/audio_limiter.h"
+#include "audioproc/smpte302m.h"
 #include "core/audio_params.h"
 #include "core/bit_reader.h"
 #include "core/corvane_app.h"
@@ -21,4 +23,7 @@
 #include "platform/logger.h"
 #include "platform/registry.h"
 #include "platform/win_app.h"
+#include "platform/xml_node.h"
 #include "primitives/prim.h"
+#include "recognition/image_hot_spot.h"
+#include "recognition/ocr_support.h"

@@ -21,6 +21,7 @@ Args::Args(const std::vector<std::string>& args, const std::set<std::string>& va
     } else if (valueOptions.count(name) != 0) {
       if (i + 1 >= args.size()) throw ToolError("option --" + name + " needs a value");
       values_[name] = args[++i];
+      allValues_[name].push_back(args[i]);
     } else {
       throw ToolError("unknown option " + arg + " (see --help)");
     }
@@ -36,6 +37,11 @@ bool Args::Has(const std::string& name) const { return flags_.count(name) != 0 |
 std::string Args::Get(const std::string& name, const std::string& fallback) const {
   auto it = values_.find(name);
   return it == values_.end() ? fallback : it->second;
+}
+
+std::vector<std::string> Args::GetAll(const std::string& name) const {
+  auto it = allValues_.find(name);
+  return it == allValues_.end() ? std::vector<std::string>() : it->second;
 }
 
 int Args::GetInt(const std::string& name, int fallback, int min, int max) const {

@@ -20,6 +20,8 @@ class Args {
 
   bool Has(const std::string& name) const;
   std::string Get(const std::string& name, const std::string& fallback) const;
+  // Every value given to a repeatable option, in the order given (Get gives the last).
+  std::vector<std::string> GetAll(const std::string& name) const;
   int GetInt(const std::string& name, int fallback, int min, int max) const;
   double GetDouble(const std::string& name, double fallback, double min, double max) const;
   // A list of `count` integers separated by commas, e.g. --crop 8,0,8,0.
@@ -28,6 +30,7 @@ class Args {
  private:
   std::vector<std::string> positional_;
   std::map<std::string, std::string> values_;
+  std::map<std::string, std::vector<std::string>> allValues_;
   std::set<std::string> flags_;
 };
 

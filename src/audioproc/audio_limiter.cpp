@@ -1,0 +1,212 @@
+#include "audioproc/audio_limiter.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "audioparse/audio_support.h"
+
+namespace {
+
+// The envelope never falls below this by release.
+constexpr double kEnvelopeFloor = 0.001;
+constexpr double kPcmScale = 32767.0;
+
+// The per-sample factor that moves the envelope by `logChange` (natural log)
+// over `ms`: a thousandfold rise or fall, 60 dB.
+double EnvelopeFactor(double logChange, int samplingRate, int ms) {
+  return std::exp(logChange / (samplingRate * ms / 1000.0 + 0.5));
+}
+
+bool IsPcm16(const CAudioFrame& frame) { return frame.audioType == AUDIO_FRAME_PCM && frame.bitsPerSample == 16; }
+
+double ReadBig16(const unsigned char* p) { return static_cast<int16_t>((p[0] << 8) | p[1]) / kPcmScale; }
+
+// Low byte first: the block is swapped to big-endian as a whole afterwards.
+void WriteLittle16(double sample, unsigned char* p) {
+  const auto value = static_cast<int32_t>(sample * kPcmScale);
+  p[0] = static_cast<unsigned char>(value & 0xFF);
+  p[1] = static_cast<unsigned char>((value >> 8) & 0xFF);
+}
+
+}  // namespace
+
+CQBXAudioLimiter::CQBXAudioLimiter(double ceilingDB, double thresholdDB, int samplingRate, int attackMs,
+                                   int releaseMs, HARD_CLIPPER /*clipper*/)
+    : ratio(thresholdDB / (thresholdDB - ceilingDB)),
+      thresholdLevel(CAudioSupport::ConvertDBToAudioLevel(thresholdDB) / kPcmScale),
+      gainExponent(1.0 - 1.0 / ratio),
+      sampleBuffers(2, std::vector<double>(kBufferSamples, 0.0)),
+      envelope(kBufferSamples, kEnvelopeFloor),
+      pcmBytes(4 * kBufferSamples),
+      attackFactor(EnvelopeFactor(-std::log(kEnvelopeFloor), samplingRate, attackMs)),
+      releaseFactor(EnvelopeFactor(std::log(kEnvelopeFloor), samplingRate, releaseMs)) {}
+
+CAudioFrame* CQBXAudioLimiter::ProcessAudioFrame(const CAudioFrame* frame) {
+  if (frame == nullptr) {
+    DoLimiting(&outputFrame);
+  } else if (samplesHeld + SamplesCarried(*frame) > kBufferSamples) {
+    // No room behind the waiting block: it goes out now with the look-ahead
+    // it has, and the new frame waits alone, as after a flush.
+    DoLimiting(&outputFrame);
+    IngestSamples(frame);
+    samplesReady = samplesHeld;
+  } else {
+    IngestSamples(frame);
+    DoLimiting(&outputFrame);
+  }
+  if (frame != nullptr) CopyAudioFrameHeaderData(frame, &heldHeader);
+  return outputFrame.payloadLength != 0 ? &outputFrame : nullptr;
+}
+
+void CQBXAudioLimiter::GetProcessingStatistics(int64_t /*ignored*/, int64_t& samples, double& peakDB) const {
+  samples = totalSamples;
+  peakDB = CAudioSupport::ConvertLevelToDB(static_cast<int16_t>(static_cast<int32_t>(peakLevel * kPcmScale)));
+}
+
+unsigned CQBXAudioLimiter::SamplesCarried(const CAudioFrame& frame) {
+  if (IsPcm16(frame)) {
+    if (frame.channels == 0) return 0;
+    const unsigned count = frame.payloadLength / (2 * frame.channels);
+    return count <= kBufferSamples ? count : 0;
+  }
+  if (frame.audioType == AUDIO_FRAME_SMPTE302M) {
+    if (!decoder) {
+      decoder.emplace();
+      workChannels.assign(8, std::vector<double>(CSMPTE302MDecode::kMaxSamplesPerChannel));
+    }
+    decoder->ReadHeader(frame.data);
+    return decoder->samplesPerChannel <= CSMPTE302MDecode::kMaxSamplesPerChannel ? decoder->samplesPerChannel : 0;
+  }
+  return 0;
+}
+
+void CQBXAudioLimiter::IngestSamples(const CAudioFrame* frame) {
+  const unsigned count = SamplesCarried(*frame);
+  if (count != 0 && IsPcm16(*frame)) IngestPcm16(*frame, count);
+  if (count != 0 && frame->audioType == AUDIO_FRAME_SMPTE302M) Ingest302M(*frame);
+  ComputeEnvelope();
+}
+
+void CQBXAudioLimiter::IngestPcm16(const CAudioFrame& frame, unsigned count) {
+  const unsigned stride = 2 * frame.channels;
+  const unsigned char* p = frame.data;
+  for (unsigned i = 0; i < count; ++i, p += stride, ++samplesHeld) {
+    sampleBuffers[0][samplesHeld] = ReadBig16(p);
+    // A mono frame leaves the right channel silent.
+    sampleBuffers[1][samplesHeld] = frame.channels >= 2 ? ReadBig16(p + 2) : 0.0;
+  }
+  totalSamples += count;
+}
+
+void CQBXAudioLimiter::Ingest302M(const CAudioFrame& frame) {
+  const unsigned count = decoder->DecodeFrame(frame.data);
+  decoder->GetSamples(workChannels);
+  for (unsigned c = 0; c < 2; ++c) {
+    std::copy_n(workChannels[c].begin(), count, sampleBuffers[c].begin() + samplesHeld);
+  }
+  samplesHeld += count;
+  totalSamples += count;
+}
+
+double CQBXAudioLimiter::GetLevel(unsigned index) const {
+  // A mono frame leaves the right channel silent, so one rule serves every count.
+  return std::max(std::fabs(sampleBuffers[0][index]), std::fabs(sampleBuffers[1][index]));
+}
+
+void CQBXAudioLimiter::ComputeEnvelope() {
+  for (unsigned i = samplesReady; i < samplesHeld; ++i) {
+    const double level = GetLevel(i);
+    const double previous = i == 0 ? level : envelope[i - 1];
+    const double falling = std::max(releaseFactor * previous, kEnvelopeFloor);
+    if (level < falling) {
+      envelope[i] = falling;  // a quiet sample lets the envelope fall
+    } else if (previous * attackFactor >= level) {
+      envelope[i] = level;  // reachable in one step: follow the level
+    } else {
+      envelope[i] = std::min(RecomputeEnvelope(i, level), level);
+    }
+  }
+}
+
+double CQBXAudioLimiter::RecomputeEnvelope(unsigned index, double level) {
+  // Walk back from the peak, dividing the wanted value by the attack factor at
+  // every step, until the value before can reach it or the buffer starts;
+  // then write the ramp forward. The index where the walk stops keeps its
+  // value. The walk can reach into the waiting block, which is not out yet.
+  unsigned start = index;
+  double wanted = level;
+  while (start > 0 && wanted > envelope[start - 1] * attackFactor) {
+    wanted /= attackFactor;
+    --start;
+  }
+  double value;
+  if (start > 0) {
+    value = std::max(wanted, kEnvelopeFloor);
+  } else if (samplesReady == 0) {
+    envelope[0] = wanted;  // the very first block may start the ramp anywhere
+    value = wanted;
+  } else {
+    value = envelope[0];  // the waiting block's first value is fixed
+  }
+  for (unsigned j = start + 1; j <= index; ++j) {
+    value *= attackFactor;
+    envelope[j] = value;
+  }
+  return value;
+}
+
+double CQBXAudioLimiter::GainAt(unsigned index) const {
+  // In dB, an envelope E above the threshold comes out at threshold + E / ratio.
+  return std::pow(thresholdLevel / envelope[index], gainExponent);
+}
+
+void CQBXAudioLimiter::DoLimiting(CAudioFrame* out) {
+  if (samplesReady == 0) {
+    // The block that came in only starts to wait; nothing goes out for it.
+    samplesReady = samplesHeld;
+    out->payloadLength = 0;
+    return;
+  }
+  CopyAudioFrameHeaderData(&heldHeader, out);
+  for (unsigned i = 0; i < samplesReady; ++i) {
+    if (thresholdLevel < envelope[i]) {
+      ++limitedSamples;
+      const double gain = GainAt(i);
+      sampleBuffers[0][i] *= gain;
+      sampleBuffers[1][i] *= gain;
+    }
+    peakLevel = std::max({peakLevel, std::fabs(sampleBuffers[0][i]), std::fabs(sampleBuffers[1][i])});
+  }
+  if (out->audioType == AUDIO_FRAME_SMPTE302M) {
+    CSMPTE302MDecode::EncodeFrame(sampleBuffers, samplesReady, 1.0, out);
+  } else {
+    WritePcm16(out, out->channels == 1 ? 1 : 2);
+  }
+  RemoveBlock();
+}
+
+void CQBXAudioLimiter::WritePcm16(CAudioFrame* out, unsigned outputChannels) {
+  // Truncated toward zero, not clipped: a limited sample stays in range.
+  unsigned char* p = pcmBytes.data();
+  for (unsigned i = 0; i < samplesReady; ++i) {
+    for (unsigned c = 0; c < outputChannels; ++c, p += 2) WriteLittle16(sampleBuffers[c][i], p);
+  }
+  const auto bytes = static_cast<unsigned>(p - pcmBytes.data());
+  CAudioSupport::SwapBytes16(pcmBytes.data(), pcmBytes.data(), static_cast<int>(bytes / 2));
+  out->payloadLength = 0;
+  out->AppendData(pcmBytes.data(), bytes);
+  out->channels = outputChannels;
+  out->bitsPerSample = 16;
+}
+
+void CQBXAudioLimiter::RemoveBlock() {
+  const unsigned remaining = samplesHeld - samplesReady;
+  for (auto& buffer : sampleBuffers) {
+    std::copy_n(buffer.begin() + samplesReady, remaining, buffer.begin());
+  }
+  std::copy_n(envelope.begin() + samplesReady, remaining, envelope.begin());
+  samplesHeld = remaining;
+  samplesReady = remaining;
+}
+
+void CQBXAudioLimiter::CopyAudioFrameHeaderData(const CAudioFrame* from, CAudioFrame* to) { to->CopyHeader(*from); }

@@ -1,0 +1,292 @@
+#include "platform/xml_node.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <climits>
+#include <cstdint>
+#include <cstdio>
+#include <fstream>
+#include <random>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "support/temp_folder.h"
+
+namespace {
+
+// One folder for the files of this suite, removed when the tests end.
+std::string TempPath(const std::string& name) {
+  static const corvane::test::TempFolder folder;
+  return folder.Path() + "/" + name;
+}
+
+void WriteText(const std::string& path, const std::string& text) { std::ofstream(path, std::ios::binary) << text; }
+
+std::string ReadText(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+// Parses `xml` from a file and gives the element `tag` at the root.
+XMLNode ParseText(const std::string& xml, const char* tag = "root") {
+  const std::string path = TempPath("parse.xml");
+  WriteText(path, xml);
+  return XMLNode::parseFile(path, tag, nullptr, 1);
+}
+
+TEST(XMLNodeBase64Test, WritesTheStandardEncodingOfTheRfcVectors) {
+  const std::pair<std::string, std::string> vectors[] = {{"f", "Zg=="},         {"fo", "Zm8="},
+                                                         {"foo", "Zm9v"},       {"foob", "Zm9vYg=="},
+                                                         {"fooba", "Zm9vYmE="}, {"foobar", "Zm9vYmFy"}};
+  const std::string path = TempPath("rfc.xml");
+  for (const auto& [plain, encoded] : vectors) {
+    XMLNode top = XMLNode::createXMLTopNode();
+    top.addChildNode("root", 0).AddNodeBase64Encoded("d", plain.data(), plain.size());
+    ASSERT_TRUE(top.saveXMLToFile(path, 0));
+    EXPECT_NE(ReadText(path).find("<d>" + encoded + "</d>"), std::string::npos) << plain;
+  }
+  const std::string bytes = "\xff\xfe\xfb";  // the two digits beyond the alphanumerics
+  XMLNode top = XMLNode::createXMLTopNode();
+  top.addChildNode("root", 0).AddNodeBase64Encoded("d", bytes.data(), bytes.size());
+  ASSERT_TRUE(top.saveXMLToFile(path, 0));
+  EXPECT_NE(ReadText(path).find("<d>//77</d>"), std::string::npos);
+}
+
+TEST(XMLNodeBase64Test, RandomBytesOfEverySizeComeBackThroughAFile) {
+  std::mt19937 random(7);
+  const std::string path = TempPath("random.xml");
+  for (size_t size = 0; size < 70; ++size) {
+    std::vector<uint8_t> bytes(size);
+    for (auto& b : bytes) b = static_cast<uint8_t>(random());
+    XMLNode top = XMLNode::createXMLTopNode();
+    top.addChildNode("root", 0).AddNodeBase64Encoded("d", bytes.data(), bytes.size());
+    ASSERT_TRUE(top.saveXMLToFile(path, size % 2));
+    const XMLNode root = XMLNode::parseFile(path, "root", nullptr, 1);
+    std::vector<uint8_t> decoded(size + 8, 0xA5);
+    ASSERT_EQ(root.GetValueBase64Encoded("d", decoded.data(), decoded.size()), static_cast<long>(size));
+    EXPECT_TRUE(std::equal(bytes.begin(), bytes.end(), decoded.begin())) << size;
+    for (size_t i = size; i < decoded.size(); ++i) EXPECT_EQ(decoded[i], 0xA5) << "written past the data";
+  }
+}
+
+TEST(XMLNodeBase64Test, DecodingStopsAtTheBufferSize) {
+  const XMLNode root = ParseText("<root><d>Zm9vYmFy</d></root>");
+  char buffer[6] = {'-', '-', '-', '-', '-', '-'};
+  EXPECT_EQ(root.GetValueBase64Encoded("d", buffer, 4), 4);
+  EXPECT_EQ(std::string(buffer, 6), "foob--");
+  EXPECT_EQ(root.GetValueBase64Encoded("d", buffer, 0), 0);
+}
+
+TEST(XMLNodeBase64Test, AcceptsWhiteSpaceAndRefusesWhatIsNotBase64) {
+  char buffer[16] = {};
+  EXPECT_EQ(ParseText("<root><d>\n Zm9v\r\n\tYmE= \n</d></root>").GetValueBase64Encoded("d", buffer, 16), 5);
+  EXPECT_EQ(std::string(buffer, 5), "fooba");
+  EXPECT_EQ(ParseText("<root><d/></root>").GetValueBase64Encoded("d", buffer, 16), 0);
+  const char* bad[] = {"Zm9", "Zm9vY", "Z===", "Zg=A", "Zg==Zg==", "Zm-v", "Zm_v", "Zm9v\x01", "Zm8==", "=Zm8"};
+  for (const char* text : bad) {
+    EXPECT_EQ(ParseText(std::string("<root><d>") + text + "</d></root>").GetValueBase64Encoded("d", buffer, 16), -1)
+        << text;
+  }
+  EXPECT_EQ(ParseText("<root/>").GetValueBase64Encoded("d", buffer, 16), -1) << "missing element";
+}
+
+TEST(XMLNodeValuesTest, RectanglesAndAttributesComeBackExactly) {
+  const std::string path = TempPath("values.xml");
+  XMLNode top = XMLNode::createXMLTopNode();
+  XMLNode root = top.addChildNode("root", 0);
+  root.AddNode("extreme", RECT{INT32_MIN, -1, 0, INT32_MAX});
+  root.AddNode("plain", RECT{10, 20, 110, 70});
+  root.addAttributeValue("count", -42);
+  root.addAttributeValue("count", 43);  // replaces, no second attribute
+  root.addAttributeValue("ratio", 0.1);
+  root.addAttributeValue("tiny", -4.9406564584124654e-324);
+  ASSERT_TRUE(top.saveXMLToFile(path, 1));
+
+  const XMLNode loaded = XMLNode::parseFile(path, "root", nullptr, 1);
+  ASSERT_FALSE(loaded.isEmpty());
+  RECT rect{};
+  ASSERT_TRUE(loaded.GetValue("extreme", rect));
+  EXPECT_EQ(rect.left, INT32_MIN);
+  EXPECT_EQ(rect.top, -1);
+  EXPECT_EQ(rect.right, 0);
+  EXPECT_EQ(rect.bottom, INT32_MAX);
+  ASSERT_TRUE(loaded.GetValue("plain", rect));
+  EXPECT_EQ(rect.left, 10);
+  EXPECT_EQ(rect.bottom, 70);
+  int count = 0;
+  ASSERT_TRUE(loaded.GetAttribute("count", count));
+  EXPECT_EQ(count, 43);
+  EXPECT_EQ(ReadText(path).find("-42"), std::string::npos);
+  double ratio = 0.0;
+  double tiny = 0.0;
+  ASSERT_TRUE(loaded.GetAttribute("ratio", ratio));
+  ASSERT_TRUE(loaded.GetAttribute("tiny", tiny));
+  EXPECT_EQ(ratio, 0.1);  // exact: seventeen digits identify every double
+  EXPECT_EQ(tiny, -4.9406564584124654e-324);
+}
+
+TEST(XMLNodeValuesTest, MissingOrOutOfRangeValuesLeaveTheTargetUntouched) {
+  const XMLNode root = ParseText(
+      "<root big='2147483648' small='-2147483649' word='12abc' empty='' spaced=' 5' real='1.5' ok='-7'>"
+      "<a left='1' top='2' right='3'/>"
+      "<b left='1' top='2' right='3' bottom='99999999999'/>"
+      "<c left='1' top='2' right='x' bottom='4'/></root>");
+  ASSERT_FALSE(root.isEmpty());
+  int value = 77;
+  for (const char* name : {"big", "small", "word", "empty", "spaced", "real", "none"}) {
+    EXPECT_FALSE(root.GetAttribute(name, value)) << name;
+    EXPECT_EQ(value, 77) << name;
+  }
+  EXPECT_TRUE(root.GetAttribute("ok", value));
+  EXPECT_EQ(value, -7);
+  double real = 0.0;
+  EXPECT_TRUE(root.GetAttribute("real", real));
+  EXPECT_EQ(real, 1.5);
+  EXPECT_FALSE(root.GetAttribute("word", real));
+  for (const char* name : {"a", "b", "c", "missing"}) {
+    RECT rect{5, 6, 7, 8};
+    EXPECT_FALSE(root.GetValue(name, rect)) << name;
+    EXPECT_EQ(rect.left, 5);
+    EXPECT_EQ(rect.bottom, 8);
+  }
+}
+
+TEST(XMLNodeTreeTest, IteratorWalksOneNameInDocumentOrder) {
+  const XMLNode root = ParseText("<root><a n='0'/><b/><a n='1'/>text<a n='2'/><b/></root>");
+  int iterator = 0;
+  std::vector<int> seen;
+  for (XMLNode a = root.getChildNode("a", &iterator); !a.isEmpty(); a = root.getChildNode("a", &iterator)) {
+    int n = -1;
+    a.GetAttribute("n", n);
+    seen.push_back(n);
+  }
+  EXPECT_EQ(seen, (std::vector<int>{0, 1, 2}));
+  EXPECT_EQ(iterator, 3);
+  int again = 1;  // a fresh iterator may start anywhere
+  int n = -1;
+  root.getChildNode("a", &again).GetAttribute("n", n);
+  EXPECT_EQ(n, 1);
+  int other = 0;
+  EXPECT_FALSE(root.getChildNode("b", &other).isEmpty());
+  EXPECT_FALSE(root.getChildNode("b", &other).isEmpty());
+  EXPECT_TRUE(root.getChildNode("b", &other).isEmpty());
+  int negative = -1;
+  EXPECT_TRUE(root.getChildNode("a", &negative).isEmpty());
+  root.getChildNode("a").GetAttribute("n", n);
+  EXPECT_EQ(n, 0);
+}
+
+TEST(XMLNodeTreeTest, ManySiblingsAreWalkedInLinearTime) {
+  std::string xml = "<root>";
+  const int count = 200000;
+  for (int i = 0; i < count; ++i) xml += "<area/>";
+  xml += "</root>";
+  const XMLNode root = ParseText(xml);
+  const auto start = std::chrono::steady_clock::now();
+  int iterator = 0;
+  while (!root.getChildNode("area", &iterator).isEmpty()) {
+  }
+  const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  EXPECT_EQ(iterator, count);
+  EXPECT_LT(seconds, 5.0) << "quadratic walks take minutes here";
+}
+
+TEST(XMLNodeTreeTest, EmptyNodesAnswerEverythingWithNothing) {
+  XMLNode empty;
+  EXPECT_TRUE(empty.isEmpty());
+  EXPECT_TRUE(empty.addChildNode("x", 0).isEmpty());
+  EXPECT_TRUE(empty.AddNode("x", 1).isEmpty());
+  EXPECT_TRUE(empty.AddNode("x", RECT{}).isEmpty());
+  EXPECT_TRUE(empty.AddNodeBase64Encoded("x", "ab", 2).isEmpty());
+  EXPECT_FALSE(empty.addAttributeValue("x", 1));
+  EXPECT_FALSE(empty.addAttributeValue("x", 1.0));
+  EXPECT_FALSE(empty.saveXMLToFile(TempPath("never.xml"), 0));
+  EXPECT_TRUE(empty.getChildNode("x").isEmpty());
+  int iterator = 0;
+  EXPECT_TRUE(empty.getChildNode("x", &iterator).isEmpty());
+  EXPECT_EQ(iterator, 0);
+  RECT rect{1, 2, 3, 4};
+  EXPECT_FALSE(empty.GetValue("x", rect));
+  int value = 0;
+  EXPECT_FALSE(empty.GetAttribute("x", value));
+  EXPECT_EQ(empty.GetValueBase64Encoded("x", &value, sizeof(value)), -1);
+  XMLNode top = XMLNode::createXMLTopNode();
+  EXPECT_TRUE(top.addChildNode(nullptr, 0).isEmpty());
+}
+
+TEST(XMLNodeFileTest, SavesTheWholeDocumentOrOneBranchInEitherLayout) {
+  const std::string path = TempPath("layout.xml");
+  XMLNode top = XMLNode::createXMLTopNode();
+  XMLNode root = top.addChildNode("root", 0);
+  XMLNode filter = root.addChildNode("Filter", 0);
+  filter.AddNode("point", 0).addAttributeValue("gain", -6.5);
+  filter.AddNode("point", 1).addAttributeValue("gain", 3.0);
+
+  ASSERT_TRUE(top.saveXMLToFile(path, 0));
+  EXPECT_EQ(ReadText(path),
+            "<?xml version=\"1.0\"?><root><Filter><point gain=\"-6.5\">0</point>"
+            "<point gain=\"3\">1</point></Filter></root>");
+  ASSERT_TRUE(filter.saveXMLToFile(path, 1));
+  EXPECT_EQ(ReadText(path),
+            "<?xml version=\"1.0\"?>\n<Filter>\n  <point gain=\"-6.5\">0</point>\n"
+            "  <point gain=\"3\">1</point>\n</Filter>\n");
+  const XMLNode loaded = XMLNode::parseFile(path, "Filter", nullptr, 1);
+  int iterator = 0;
+  double gain = 0.0;
+  EXPECT_TRUE(loaded.getChildNode("point", &iterator).GetAttribute("gain", gain));
+  EXPECT_EQ(gain, -6.5);
+  EXPECT_FALSE(top.saveXMLToFile(TempPath("no/such/folder.xml"), 0));
+}
+
+TEST(XMLNodeFileTest, ADeclarationChildReplacesTheDefaultOne) {
+  const std::string path = TempPath("declaration.xml");
+  XMLNode top = XMLNode::createXMLTopNode();
+  XMLNode declaration = top.addChildNode("xml", 1);
+  declaration.addAttributeValue("version", 1.0);
+  top.addChildNode("root", 0);
+  EXPECT_TRUE(top.addChildNode("root", 0).addChildNode("xml", 1).isEmpty()) << "declarations live at the top";
+  ASSERT_TRUE(top.saveXMLToFile(path, 0));
+  EXPECT_EQ(ReadText(path).rfind("<?xml version=\"1\"?><root", 0), 0u);
+}
+
+TEST(XMLNodeFileTest, RefusesFilesThatAreNotTheDocumentAsked) {
+  XMLResults results;
+  EXPECT_TRUE(XMLNode::parseFile(TempPath("absent.xml"), "root", &results, 1).isEmpty());
+  EXPECT_FALSE(results.parsed);
+  EXPECT_FALSE(results.description.empty());
+
+  const std::string path = TempPath("hostile.xml");
+  const std::string broken[] = {
+      "", "not xml at all", "<root><a>", "<root></wrong>", std::string("<root>\0</root>", 14), "<?xml version='1.0'?>"};
+  for (const std::string& text : broken) {
+    WriteText(path, text);
+    EXPECT_TRUE(XMLNode::parseFile(path, "root", &results, 1).isEmpty()) << text;
+    EXPECT_FALSE(results.parsed) << text;
+  }
+
+  WriteText(path, "<other><root/></other>");
+  EXPECT_TRUE(XMLNode::parseFile(path, "root", &results, 1).isEmpty());
+  EXPECT_TRUE(results.parsed);
+  EXPECT_FALSE(XMLNode::parseFile(path, "root", &results, 0).isEmpty()) << "found below the root";
+  EXPECT_TRUE(XMLNode::parseFile(path, "missing", nullptr, 0).isEmpty());
+  EXPECT_TRUE(XMLNode::parseFile(path, nullptr, nullptr, 0).isEmpty());
+}
+
+TEST(XMLNodeFileTest, DeepNestingIsParsedAndSearchedWithoutRecursion) {
+  const int depth = 200000;
+  std::string xml;
+  for (int i = 0; i < depth; ++i) xml += "<n>";
+  xml += "<root/>";
+  for (int i = 0; i < depth; ++i) xml += "</n>";
+  const std::string path = TempPath("deep.xml");
+  WriteText(path, xml);
+  EXPECT_TRUE(XMLNode::parseFile(path, "root", nullptr, 1).isEmpty());
+  EXPECT_FALSE(XMLNode::parseFile(path, "root", nullptr, 0).isEmpty());
+}
+
+}  // namespace

@@ -1,0 +1,285 @@
+#include "recognition/image_hot_spot.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <random>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "platform/buffer_alloc.h"
+#include "support/library_checks.h"
+#include "support/temp_folder.h"
+
+namespace {
+
+// One folder for the files of this suite, removed when the tests end.
+std::string TempPath(const std::string& name) {
+  static const corvane::test::TempFolder folder;
+  return folder.Path() + "/" + name;
+}
+
+std::string ReadText(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+void WriteText(const std::string& path, const std::string& text) { std::ofstream(path, std::ios::binary) << text; }
+
+// Every byte of the frame's block, padding included, from a seeded generator.
+void FillBlock(CYUVFrame& frame, unsigned seed) {
+  std::mt19937 random(seed);
+  const size_t size = static_cast<size_t>(frame.lumaPlaneSize) + 2 * static_cast<size_t>(frame.chromaPlaneSize);
+  for (size_t i = 0; i < size; ++i) frame.y[i] = static_cast<uint8_t>(random());
+}
+
+bool SameBlock(const CYUVFrame& a, const CYUVFrame& b) {
+  const size_t size = static_cast<size_t>(a.lumaPlaneSize) + 2 * static_cast<size_t>(a.chromaPlaneSize);
+  return a.lumaPlaneSize == b.lumaPlaneSize && a.chromaPlaneSize == b.chromaPlaneSize &&
+         (size == 0 || std::memcmp(a.y, b.y, size) == 0);
+}
+
+bool SameRect(const RECT& a, const RECT& b) {
+  return a.left == b.left && a.top == b.top && a.right == b.right && a.bottom == b.bottom;
+}
+
+// A hot spot of a 30 by 20 picture (padded to 32 by 32) with three areas.
+CImageHotSpot SampleHotSpot(CHROMA chroma = CHROMA_420) {
+  CImageHotSpot spot;
+  spot.m_referenceFrame.SetFormat(30, 20, chroma);
+  FillBlock(spot.m_referenceFrame, 11);
+  spot.m_checkAreas = {CRect(0, 0, 30, 20), CRect(2, 4, 12, 10), CRect(-5, 7, 2147483647, -2147483647 - 1)};
+  spot.m_ocrAreas = {CRect(1, 1, 3, 3), CRect(), CRect(20, 0, 30, 8)};
+  return spot;
+}
+
+class HotSpotFileTest : public testing::Test {
+ protected:
+  // Saves the sample, edits its text with `edit` and loads it into `target`.
+  bool LoadEdited(CImageHotSpot& target, const std::string& from, const std::string& to) {
+    SampleHotSpot().SaveHotSpotDataToFile(path_);
+    std::string text = ReadText(path_);
+    const size_t at = text.find(from);
+    EXPECT_NE(at, std::string::npos) << from;
+    if (at != std::string::npos) text.replace(at, from.size(), to);
+    WriteText(path_, text);
+    return target.LoadHotSpotDataFromFile(path_);
+  }
+
+  std::string path_ = TempPath("spot.xml");
+};
+
+TEST_F(HotSpotFileTest, SaveThenLoadGivesBackAreasAndEveryByteOfThePlanes) {
+  for (const CHROMA chroma : {CHROMA_420, CHROMA_422, CHROMA_444}) {
+    CImageHotSpot saved = SampleHotSpot(chroma);
+    ASSERT_TRUE(saved.SaveHotSpotDataToFile(path_));
+    CImageHotSpot loaded;
+    loaded.m_checkAreas = {CRect(9, 9, 9, 9)};  // replaced by the load
+    ASSERT_TRUE(loaded.LoadHotSpotDataFromFile(path_));
+    ASSERT_EQ(loaded.m_checkAreas.size(), 3u);
+    ASSERT_EQ(loaded.m_ocrAreas.size(), 3u);
+    for (size_t i = 0; i < 3; ++i) {
+      EXPECT_TRUE(SameRect(loaded.m_checkAreas[i], saved.m_checkAreas[i])) << i;
+      EXPECT_TRUE(SameRect(loaded.m_ocrAreas[i], saved.m_ocrAreas[i])) << i;
+    }
+    EXPECT_EQ(loaded.m_referenceFrame.width, 30);
+    EXPECT_EQ(loaded.m_referenceFrame.height, 20);
+    EXPECT_EQ(loaded.m_referenceFrame.chroma, chroma);
+    EXPECT_TRUE(SameBlock(loaded.m_referenceFrame, saved.m_referenceFrame)) << "chroma " << chroma;
+  }
+}
+
+TEST_F(HotSpotFileTest, TheFileFollowsTheHotSpotLayout) {
+  SampleHotSpot().SaveHotSpotDataToFile(path_);
+  const std::string text = ReadText(path_);
+  const char* inOrder[] = {"<hot_spot>",
+                           "<areas_list>",
+                           "<area area_number=\"0\">",
+                           "<check_area",
+                           "<ocr_area",
+                           "<area area_number=\"1\">",
+                           "<area area_number=\"2\">",
+                           "</areas_list>",
+                           "<yuv_frame width=\"30\" height=\"20\" chroma=\"1\">",
+                           "<ydata>",
+                           "<udata>",
+                           "<vdata>"};
+  size_t at = 0;
+  for (const char* part : inOrder) {
+    at = text.find(part, at);
+    EXPECT_NE(at, std::string::npos) << part;
+  }
+  // 32 * 32 luma bytes are 1024, 1368 Base64 digits with 4 of them padding.
+  const size_t y = text.find("<ydata>") + 7;
+  EXPECT_EQ(text.find("</ydata>") - y, 1368u);
+}
+
+TEST_F(HotSpotFileTest, HotSpotsWithoutAreasOrPictureComeBackEmpty) {
+  CImageHotSpot empty;
+  ASSERT_TRUE(empty.SaveHotSpotDataToFile(path_));
+  EXPECT_NE(ReadText(path_).find("<areas_list/>"), std::string::npos);
+  CImageHotSpot loaded = SampleHotSpot();
+  ASSERT_TRUE(loaded.LoadHotSpotDataFromFile(path_));
+  EXPECT_TRUE(loaded.m_checkAreas.empty());
+  EXPECT_TRUE(loaded.m_ocrAreas.empty());
+  EXPECT_EQ(loaded.m_referenceFrame.width, 0);
+  EXPECT_EQ(loaded.m_referenceFrame.y, nullptr) << "the old picture went back";
+}
+
+TEST_F(HotSpotFileTest, UnreadableFilesChangeNothing) {
+  const CImageHotSpot before = SampleHotSpot();
+  const std::string texts[] = {"", "not xml", "<hot_spot><areas_list>", "<other><hot_spot/></other>",
+                               "<?xml version=\"1.0\"?>"};
+  for (const std::string& text : texts) {
+    WriteText(path_, text);
+    CImageHotSpot spot = before;
+    EXPECT_FALSE(spot.LoadHotSpotDataFromFile(path_)) << text;
+    EXPECT_EQ(spot.m_checkAreas.size(), 3u) << text;
+    EXPECT_TRUE(SameBlock(spot.m_referenceFrame, before.m_referenceFrame)) << text;
+  }
+  CImageHotSpot spot = before;
+  EXPECT_FALSE(spot.LoadHotSpotDataFromFile(TempPath("absent.xml")));
+  EXPECT_EQ(spot.m_checkAreas.size(), 3u);
+}
+
+TEST_F(HotSpotFileTest, WithoutAUsablePictureTheAreasAreReplacedButNotThePicture) {
+  WriteText(path_,
+            "<hot_spot><areas_list><area><check_area left='1' top='2' right='3' bottom='4'/></area>"
+            "<area/></areas_list></hot_spot>");
+  CImageHotSpot spot = SampleHotSpot(CHROMA_422);
+  const CImageHotSpot before = spot;
+  EXPECT_FALSE(spot.LoadHotSpotDataFromFile(path_));
+  ASSERT_EQ(spot.m_checkAreas.size(), 2u);
+  EXPECT_TRUE(SameRect(spot.m_checkAreas[0], CRect(1, 2, 3, 4)));
+  EXPECT_TRUE(SameRect(spot.m_ocrAreas[0], CRect())) << "a missing rectangle is empty";
+  EXPECT_TRUE(SameRect(spot.m_checkAreas[1], CRect()));
+  EXPECT_EQ(spot.m_referenceFrame.chroma, CHROMA_422);
+  EXPECT_TRUE(SameBlock(spot.m_referenceFrame, before.m_referenceFrame));
+
+  const std::pair<std::string, std::string> badFrames[] = {
+      {"width=\"30\"", "width=\"-30\""},   {"width=\"30\"", "width=\"9000\""},       {"height=\"20\"", "height=\"0\""},
+      {"height=\"20\"", "height=\"20x\""}, {"height=\"20\"", "heigth=\"20\""},       {"chroma=\"1\"", "chroma=\"4\""},
+      {"chroma=\"1\"", "chroma=\"0\""},    {"width=\"30\"", "width=\"99999999999\""}};
+  for (const auto& [from, to] : badFrames) {
+    CImageHotSpot target = before;
+    EXPECT_FALSE(LoadEdited(target, from, to)) << to;
+    EXPECT_EQ(target.m_checkAreas.size(), 3u) << "areas come from the file";
+    EXPECT_EQ(target.m_referenceFrame.width, 30);
+    EXPECT_TRUE(SameBlock(target.m_referenceFrame, before.m_referenceFrame)) << to;
+  }
+}
+
+TEST_F(HotSpotFileTest, PlaneDataOfTheWrongLengthStaysInsideThePlanes) {
+  // The picture declared smaller than its data: each plane takes what fits.
+  CImageHotSpot smaller;
+  ASSERT_TRUE(LoadEdited(smaller, "width=\"30\" height=\"20\"", "width=\"8\" height=\"4\""));
+  EXPECT_EQ(smaller.m_referenceFrame.lumaPlaneSize, 256);
+  CYUVFrame expected(30, 20, CHROMA_420);
+  FillBlock(expected, 11);
+  EXPECT_EQ(std::memcmp(smaller.m_referenceFrame.y, expected.y, 256), 0);
+  EXPECT_EQ(std::memcmp(smaller.m_referenceFrame.u, expected.u, 64), 0);
+
+  // Declared larger: the planes keep zeros behind the data.
+  CImageHotSpot larger;
+  ASSERT_TRUE(LoadEdited(larger, "width=\"30\" height=\"20\"", "width=\"40\" height=\"40\""));
+  EXPECT_EQ(std::memcmp(larger.m_referenceFrame.y, expected.y, 1024), 0);
+  EXPECT_EQ(larger.m_referenceFrame.y[1024], 0);
+  EXPECT_EQ(larger.m_referenceFrame.y[larger.m_referenceFrame.lumaPlaneSize - 1], 0);
+
+  // Damaged Base64 decodes up to the damage; the load still succeeds.
+  CImageHotSpot damaged;
+  ASSERT_TRUE(LoadEdited(damaged, "<ydata>", "<ydata>!!!!"));
+  ASSERT_TRUE(LoadEdited(damaged, "</udata>", "A</udata>"));
+  EXPECT_EQ(damaged.m_referenceFrame.width, 30);
+}
+
+using HotSpotCopyTest = corvane::test::LeakCheckedTest;
+
+TEST_F(HotSpotCopyTest, CopiesOwnTheirPlanes) {
+  const int64_t liveBlocks = LargeBufferLiveBlocks();
+  CImageHotSpot original = SampleHotSpot();
+  CImageHotSpot copy(original);
+  copy.m_referenceFrame.y[0] ^= 0xFF;
+  copy.m_checkAreas[0].left = 99;
+  EXPECT_NE(original.m_referenceFrame.y[0], copy.m_referenceFrame.y[0]);
+  EXPECT_EQ(original.m_checkAreas[0].left, 0);
+  CImageHotSpot assigned;
+  assigned = copy;
+  EXPECT_TRUE(SameBlock(assigned.m_referenceFrame, copy.m_referenceFrame));
+  EXPECT_NE(assigned.m_referenceFrame.y, copy.m_referenceFrame.y);
+  EXPECT_EQ(LargeBufferLiveBlocks(), liveBlocks + 3);
+}
+
+// A 32 by 32 picture of one luma value, chroma at the middle.
+CYUVFrame FlatFrame(uint8_t luma, int width = 32, int height = 32) {
+  CYUVFrame frame(width, height, CHROMA_420);
+  std::memset(frame.y, luma, static_cast<size_t>(frame.lumaPlaneSize));
+  std::memset(frame.u, 128, 2 * static_cast<size_t>(frame.chromaPlaneSize));
+  return frame;
+}
+
+class HotSpotDifferenceTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    spot_.m_referenceFrame = FlatFrame(100);
+    spot_.m_checkAreas = {CRect(8, 8, 24, 24)};
+    spot_.m_ocrAreas = {CRect()};
+  }
+
+  CImageHotSpot spot_;
+  CYUVFrame difference_;
+  int count_ = -1;
+  unsigned char max_ = 99;
+};
+
+TEST_F(HotSpotDifferenceTest, CountsThePixelsThatDifferByTheThresholdOrMore) {
+  CYUVFrame frame = FlatFrame(100);
+  for (int row = 12; row < 17; ++row) {
+    for (int column = 10; column < 14; ++column) frame.y[row * frame.stride + column] = 150;
+  }
+  frame.y[20 * frame.stride + 20] = 129;  // 29 below the threshold
+  frame.y[2 * frame.stride + 2] = 255;    // outside the area
+  // 20 of the area's 16 * 16 pixels differ by 50: 20 / 256 is exact in a float.
+  EXPECT_EQ(spot_.CountDiff(0, frame, difference_, 30, count_, max_), 0.078125f);
+  EXPECT_EQ(count_, 20);
+  EXPECT_EQ(max_, 50);
+  EXPECT_EQ(difference_.y[12 * difference_.stride + 10], 255);
+  EXPECT_EQ(difference_.y[20 * difference_.stride + 20], 0);
+  EXPECT_EQ(difference_.y[16 * difference_.stride + 13], 255);
+  EXPECT_EQ(difference_.y[17 * difference_.stride + 13], 0);
+}
+
+TEST_F(HotSpotDifferenceTest, AFrameMatchesItsReferenceExceptAtThresholdZero) {
+  CYUVFrame same = FlatFrame(100);
+  EXPECT_EQ(spot_.CountDiff(0, same, difference_, 1, count_, max_), 0.0f);
+  EXPECT_EQ(count_, 0);
+  EXPECT_EQ(max_, 0);
+  EXPECT_EQ(spot_.CountDiff(0, same, difference_, 0, count_, max_), 1.0f) << "a difference of 0 is in range 0 to 255";
+  EXPECT_EQ(count_, 256);
+}
+
+TEST_F(HotSpotDifferenceTest, TheFramesLumaIsHeldToStudioRangeBeforeTheComparison) {
+  spot_.m_referenceFrame = FlatFrame(16);
+  CYUVFrame black = FlatFrame(0);
+  EXPECT_EQ(spot_.CountDiff(0, black, difference_, 1, count_, max_), 0.0f);
+  EXPECT_EQ(black.y[8 * black.stride + 8], 16) << "changed in place inside the area";
+  EXPECT_EQ(black.y[0], 0) << "and only there";
+  spot_.m_referenceFrame = FlatFrame(235);
+  CYUVFrame white = FlatFrame(255);
+  EXPECT_EQ(spot_.CountDiff(0, white, difference_, 1, count_, max_), 0.0f);
+}
+
+TEST_F(HotSpotDifferenceTest, AFrameOfAnotherSizeReplacesTheReference) {
+  CYUVFrame larger = FlatFrame(200, 48, 32);
+  EXPECT_EQ(spot_.CountDiff(0, larger, difference_, 10, count_, max_), 0.0f);
+  EXPECT_EQ(spot_.m_referenceFrame.width, 48);
+  EXPECT_EQ(spot_.m_referenceFrame.y[0], 200);
+  EXPECT_EQ(spot_.m_differenceFrame.width, 48) << "the work frame takes the compared size";
+}
+
+}  // namespace

@@ -1,0 +1,263 @@
+// The OCR facade over the stand-in engine of test_ocr_engine.c, which logs
+// the calls it gets.
+#include "recognition/ocr_support.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <string>
+
+#include "recognition/ocr_support_impl.h"
+#include "recognition/ocr_test_support.h"
+#include "recognition/rendered_text.h"
+#include "support/library_checks.h"
+
+namespace {
+
+using corvane::test::ScopedEngineFile;
+using corvane::test::ScopedEnvironment;
+using corvane::test::TestEngine;
+
+constexpr char kStartLog[] = "Engine_Initialize Cfg_Create Cfg_LoadOptions Ocr_Create Img_Create";
+constexpr char kStopLog[] = "Img_Destroy Ocr_Destroy Cfg_Destroy Engine_Uninitialize";
+
+class OCRSupportEngineTest : public corvane::test::LeakCheckedTest {
+ protected:
+  void SetUp() override {
+    LeakCheckedTest::SetUp();
+    ASSERT_TRUE(engine_.Usable()) << CORVANE_TEST_OCR_ENGINE;
+  }
+
+  TestEngine engine_{CORVANE_TEST_OCR_ENGINE};
+  ScopedEngineFile file_{CORVANE_TEST_OCR_ENGINE};
+};
+
+TEST_F(OCRSupportEngineTest, InitializeMakesTheEngineObjectsAndTheDestructorReleasesThem) {
+  {
+    COCRSupport support;
+    EXPECT_EQ(engine_.TakeLog(), "") << "construction leaves the engine alone";
+    EXPECT_EQ(support.Initialize(), S_OK);
+    EXPECT_EQ(engine_.TakeLog(), kStartLog);
+  }
+  EXPECT_EQ(engine_.TakeLog(), kStopLog);
+}
+
+TEST_F(OCRSupportEngineTest, ASecondInitializeStopsTheFirstEngine) {
+  COCRSupport support;
+  ASSERT_EQ(support.Initialize(), S_OK);
+  engine_.TakeLog();
+  ASSERT_EQ(support.Initialize(), S_OK);
+  EXPECT_EQ(engine_.TakeLog(), std::string(kStopLog) + " " + kStartLog);
+}
+
+TEST_F(OCRSupportEngineTest, AFailedStepReleasesWhatWasMadeBeforeIt) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"Engine_Initialize", "Engine_Initialize"},
+      {"Cfg_Create", "Engine_Initialize Cfg_Create Engine_Uninitialize"},
+      {"Cfg_LoadOptions", "Engine_Initialize Cfg_Create Cfg_LoadOptions Cfg_Destroy Engine_Uninitialize"},
+      {"Ocr_Create", "Engine_Initialize Cfg_Create Cfg_LoadOptions Ocr_Create Cfg_Destroy Engine_Uninitialize"},
+      {"Img_Create",
+       "Engine_Initialize Cfg_Create Cfg_LoadOptions Ocr_Create Img_Create Ocr_Destroy Cfg_Destroy "
+       "Engine_Uninitialize"}};
+  for (const auto& [failing, log] : cases) {
+    const ScopedEnvironment failure("CORVANE_TEST_ENGINE_FAIL", failing);
+    {
+      COCRSupport support;
+      EXPECT_EQ(support.Initialize(), E_FAIL) << failing;
+    }
+    EXPECT_EQ(engine_.TakeLog(), log) << "nothing more when the object goes";
+  }
+}
+
+TEST_F(OCRSupportEngineTest, CopiesShareOneImplementationThatIsFreedOnce) {
+  {
+    COCRSupport original;
+    ASSERT_EQ(original.Initialize(), S_OK);
+    engine_.TakeLog();
+    {
+      const COCRSupport copy(original);
+      COCRSupport assigned;
+      assigned = original;
+      assigned = assigned;
+    }
+    EXPECT_EQ(engine_.TakeLog(), "") << "the engine outlives the copies";
+  }
+  EXPECT_EQ(engine_.TakeLog(), kStopLog);
+  {
+    auto* first = new COCRSupport;
+    ASSERT_EQ(first->Initialize(), S_OK);
+    const COCRSupport survivor(*first);
+    delete first;
+    engine_.TakeLog();
+  }
+  EXPECT_EQ(engine_.TakeLog(), kStopLog) << "the last copy stops the engine, whichever it is";
+}
+
+TEST(OCRSupportTest, InitializeFailsCleanlyWithoutTheModuleOrWithAnEntryMissing) {
+  const std::string absent = testing::TempDir() + "no_engine_" + std::to_string(getpid()) + ".so";
+  {
+    const ScopedEngineFile file(absent.c_str());
+    COCRSupport support;
+    EXPECT_EQ(support.Initialize(), E_FAIL);
+    EXPECT_EQ(support.Initialize(), E_FAIL) << "and again";
+  }
+  TestEngine partial(CORVANE_TEST_OCR_ENGINE_PARTIAL);
+  ASSERT_TRUE(partial.Usable());
+  const ScopedEngineFile file(CORVANE_TEST_OCR_ENGINE_PARTIAL);
+  COCRSupportImpl support;
+  EXPECT_EQ(support.Initialize(), E_FAIL);
+  EXPECT_EQ(partial.TakeLog(),
+            "Engine_Initialize Cfg_Create Cfg_LoadOptions Ocr_Create Ocr_Destroy Cfg_Destroy Engine_Uninitialize");
+  EXPECT_EQ(support.binding, nullptr);
+  EXPECT_FALSE(support.engineStarted);
+  EXPECT_EQ(support.configuration, 0);
+  EXPECT_EQ(support.recognition, 0);
+  EXPECT_EQ(support.image, 0);
+}
+
+TEST(OCRSupportTest, AreasAreMadeEvenAndKeepTheirType) {
+  COCRSupportImpl support;
+  const auto type = static_cast<COCRSupport::TEXT_TYPE>(7);
+  EXPECT_EQ(support.AddOCRArea(CRect(10, 20, 31, 41), type), S_OK);
+  EXPECT_EQ(support.AddOCRArea(CRect(-3, 0, 0, 4), COCRSupport::TEXT_TYPE_UNSPECIFIED), S_OK);
+  ASSERT_EQ(support.areas.size(), 2u);
+  EXPECT_EQ(support.areas[0].rectangle.right, 30);
+  EXPECT_EQ(support.areas[0].rectangle.bottom, 40);
+  EXPECT_EQ(support.areas[0].type, type);
+  EXPECT_EQ(support.areas[1].rectangle.right, -1) << "an odd width loses a column whatever its sign";
+  EXPECT_EQ(support.areas[1].rectangle.bottom, 4);
+  support.ClearAllOCRAreas();
+  EXPECT_TRUE(support.areas.empty());
+}
+
+TEST(OCRSupportTest, GetTextKeepsHyphensDigitsAndAsciiLetters) {
+  EXPECT_EQ(COCRSupportImpl::KeepTextCharacters("AB 12-x!"), "AB12-x");
+  EXPECT_EQ(COCRSupportImpl::KeepTextCharacters("\tCH 5\n\xC3\x84rger_1.2\r\n"), "CH5rger12");
+  EXPECT_EQ(COCRSupportImpl::KeepTextCharacters("azAZ09-"), "azAZ09-");
+  EXPECT_EQ(COCRSupportImpl::KeepTextCharacters("@[`{/:"), "") << "the neighbours of each range";
+
+  COCRSupport support;
+  support.AddOCRArea(CRect(0, 0, 8, 8), COCRSupport::TEXT_TYPE_UNSPECIFIED);
+  EXPECT_EQ(support.GetText(0), "") << "nothing read yet";
+  EXPECT_EQ(support.GetText(1), "");
+  EXPECT_EQ(support.GetText(-1), "");
+}
+
+// A 64 by 32 picture of one luma value, chroma at the middle.
+CYUVFrame FlatFrame(uint8_t luma) {
+  CYUVFrame frame(64, 32, CHROMA_420);
+  std::memset(frame.y, luma, static_cast<size_t>(frame.lumaPlaneSize));
+  std::memset(frame.u, 128, 2 * static_cast<size_t>(frame.chromaPlaneSize));
+  return frame;
+}
+
+CYUVFrame FrameWithPixel(uint8_t luma, int column, int row, uint8_t value) {
+  CYUVFrame frame = FlatFrame(luma);
+  frame.y[row * frame.stride + column] = value;
+  return frame;
+}
+
+using OCRSupportDifferenceTest = corvane::test::LeakCheckedTest;
+
+TEST_F(OCRSupportDifferenceTest, APixelMustStepAboveTheThresholdInsideAnArea) {
+  COCRSupport support;
+  support.AddOCRArea(CRect(0, 0, 16, 16), COCRSupport::TEXT_TYPE_UNSPECIFIED);
+  support.AddOCRArea(CRect(32, 0, 48, 16), COCRSupport::TEXT_TYPE_UNSPECIFIED);
+  EXPECT_FALSE(support.IsImageDifferent(FlatFrame(100), 40)) << "the first frame has nothing to differ from";
+  EXPECT_FALSE(support.IsImageDifferent(FrameWithPixel(100, 5, 5, 140), 40)) << "a step of exactly the threshold";
+  EXPECT_FALSE(support.IsImageDifferent(FlatFrame(100), 40)) << "and back";
+  EXPECT_TRUE(support.IsImageDifferent(FrameWithPixel(100, 5, 5, 141), 40));
+  EXPECT_FALSE(support.IsImageDifferent(FrameWithPixel(100, 5, 5, 141), 40)) << "the same frame again";
+  EXPECT_TRUE(support.IsImageDifferent(FrameWithPixel(100, 40, 8, 60), 10)) << "in the second area";
+  EXPECT_TRUE(support.IsImageDifferent(FlatFrame(100), 10)) << "and back";
+  EXPECT_FALSE(support.IsImageDifferent(FrameWithPixel(100, 20, 8, 250), 10)) << "between the areas";
+}
+
+TEST_F(OCRSupportDifferenceTest, ThePreviousFrameMovesOnWithoutAreasAndIsForgottenOnReset) {
+  COCRSupport support;
+  EXPECT_FALSE(support.IsImageDifferent(FlatFrame(100), 10));
+  EXPECT_FALSE(support.IsImageDifferent(FlatFrame(60), 10)) << "no areas, nothing differs";
+  support.AddOCRArea(CRect(0, 0, 16, 16), COCRSupport::TEXT_TYPE_UNSPECIFIED);
+  EXPECT_FALSE(support.IsImageDifferent(FlatFrame(60), 10)) << "the last frame was the one of luma 60";
+  support.ResetPreviousFrame();
+  EXPECT_FALSE(support.IsImageDifferent(FlatFrame(200), 10)) << "after a reset the frame is copied, not compared";
+  EXPECT_TRUE(support.IsImageDifferent(FlatFrame(100), 10));
+}
+
+TEST_F(OCRSupportEngineTest, DoOCRHasTheEngineReadEachAreaInOrder) {
+  COCRSupport support;
+  EXPECT_EQ(support.DoOCR(FlatFrame(16)), E_FAIL) << "no areas";
+  support.AddOCRArea(CRect(0, 0, 41, 21), COCRSupport::TEXT_TYPE_UNSPECIFIED);
+  support.AddOCRArea(CRect(40, 20, 60, 30), COCRSupport::TEXT_TYPE_UNSPECIFIED);
+  EXPECT_EQ(support.DoOCR(FlatFrame(16)), E_FAIL) << "not initialised";
+  ASSERT_EQ(support.Initialize(), S_OK);
+  // The stand-in reads "<width>x<height> m<mean red> !": black is red 0 and
+  // the studio range's white is red 254 or 255, whatever the rounding.
+  CYUVFrame frame = FlatFrame(16);
+  for (int row = 20; row < 30; ++row) std::memset(frame.y + row * frame.stride + 40, 235, 20);
+  engine_.TakeLog();
+  ASSERT_EQ(support.DoOCR(frame), S_OK);
+  EXPECT_EQ(engine_.TakeLog(),
+            "Img_LoadBmpData Img_OCR Img_GetImgText Img_GetImgText Img_LoadBmpData Img_OCR Img_GetImgText "
+            "Img_GetImgText");
+  EXPECT_EQ(support.GetText(0), "40x20m0") << "the odd column and row were dropped";
+  const std::string white = support.GetText(1);
+  EXPECT_TRUE(white == "20x10m254" || white == "20x10m255") << white;
+}
+
+TEST_F(OCRSupportEngineTest, DoOCRFailsWhenTheEngineRefusesAStep) {
+  COCRSupport support;
+  support.AddOCRArea(CRect(0, 0, 8, 8), COCRSupport::TEXT_TYPE_UNSPECIFIED);
+  ASSERT_EQ(support.Initialize(), S_OK);
+  ASSERT_EQ(support.DoOCR(FlatFrame(16)), S_OK);
+  ASSERT_EQ(support.GetText(0), "8x8m0");
+  for (const char* failing : {"Img_LoadBmpData", "Img_OCR", "Img_GetImgText"}) {
+    const ScopedEnvironment failure("CORVANE_TEST_ENGINE_FAIL", failing);
+    EXPECT_EQ(support.DoOCR(FlatFrame(16)), E_FAIL) << failing;
+    EXPECT_EQ(support.GetText(0), "") << "the old text is gone";
+  }
+}
+
+// Frames of 320 by 96 with two captions each, read through DoOCR and GetText
+// by the engine module of engines/ocr.
+class OCRSupportEndToEndTest : public testing::TestWithParam<std::pair<uint8_t, uint8_t>> {};
+
+TEST_P(OCRSupportEndToEndTest, ReadsCaptionsDrawnWithARealFont) {
+  const std::string module = std::string(CORVANE_BUILD_DIR) + "/lib/OCR/libNSOCR.so";
+  if (access(module.c_str(), R_OK) != 0) {
+    GTEST_SKIP() << "the OCR engine module is not built (Tesseract is not installed): no " << module;
+  }
+  const ScopedEngineFile file(nullptr);
+  const auto [ink, ground] = GetParam();
+  const corvane::tool::TextRenderer renderer(corvane::tool::TextRenderer::DefaultFontPath(), 20);
+  COCRSupport support;
+  ASSERT_EQ(support.Initialize(), S_OK);
+  const CRect areas[2] = {CRect(8, 8, 200, 40), CRect(120, 56, 312, 88)};
+  for (const CRect& area : areas) support.AddOCRArea(area, COCRSupport::TEXT_TYPE_UNSPECIFIED);
+  const std::vector<std::string>& strings = corvane::test::CaptionStrings();
+  size_t errors = 0;
+  size_t characters = 0;
+  for (size_t i = 0; i + 1 < strings.size(); i += 2) {
+    CYUVFrame frame(320, 96, CHROMA_420);
+    std::memset(frame.y, ground, static_cast<size_t>(frame.lumaPlaneSize));
+    std::memset(frame.u, 128, 2 * static_cast<size_t>(frame.chromaPlaneSize));
+    for (size_t k = 0; k < 2; ++k) {
+      renderer.Draw(frame.y, frame.stride, 320, 96, areas[k].left + 6, areas[k].top + 24, strings[i + k], ink);
+    }
+    ASSERT_EQ(support.DoOCR(frame), S_OK);
+    for (size_t k = 0; k < 2; ++k) {
+      const std::string read = support.GetText(static_cast<int>(k));
+      errors += corvane::test::EditDistance(strings[i + k], read);
+      characters += strings[i + k].size();
+      if (read != strings[i + k]) std::printf("  drawn '%s', read '%s'\n", strings[i + k].c_str(), read.c_str());
+    }
+  }
+  EXPECT_GE(1.0 - static_cast<double>(errors) / static_cast<double>(characters), 0.95)
+      << errors << " edits in " << characters << " characters";
+}
+
+INSTANTIATE_TEST_SUITE_P(LightOnDarkAndDarkOnLight, OCRSupportEndToEndTest,
+                         testing::Values(std::pair<uint8_t, uint8_t>{235, 16}, std::pair<uint8_t, uint8_t>{16, 180}));
+
+}  // namespace
