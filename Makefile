@@ -48,7 +48,7 @@ memcheck: build
 	valgrind --quiet --error-exitcode=1 --leak-check=full --errors-for-leak-kinds=definite,indirect \
 	  --show-leak-kinds=definite,indirect --track-origins=yes --trace-children=yes \
 	  --trace-children-skip='*/ffmpeg,*/ffprobe,*/convert' \
-	  --suppressions=tests/memcheck.supp $(BUILD)/bin/corvane_tests --gtest_brief=1
+	  --suppressions=$(CURDIR)/tests/memcheck.supp $(BUILD)/bin/corvane_tests --gtest_brief=1
 
 # SOAK_SECONDS of programme material through the limiter and the meters (not run by CI).
 soak: build

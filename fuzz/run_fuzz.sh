@@ -21,6 +21,9 @@ declare -A seed_patterns=(
   [audio_headers_fuzz]="*.ac3 *.eac3 *.dts *.mp2 *.mp3 *.adts *.latm"
   [probe_fuzz]="*.ac3 *.eac3 *.dts *.mp2 *.mp3 *.adts *.latm"
   [tool_commands_fuzz]="*.y4m *.ac3 *.mp2 *.adts *.latm"
+  [s302m_fuzz]="*.302m"
+  [hot_spot_fuzz]="*.xml"
+  [xml_node_fuzz]="*.xml"
 )
 
 # Options of a target beyond the common ones.
@@ -69,6 +72,14 @@ generate_seeds() {
         [ -f "$file" ] || continue
         { printf "$settings"'\002\000\000\000\000\002\001'; cat "$file"; } >"$dir/$(basename "$file")"
       done
+      ;;
+    hot_spot_fuzz | xml_node_fuzz)
+      # Hot spot files as the tool writes them, from a small picture.
+      quiet_ffmpeg -f lavfi -i testsrc=size=24x10:rate=25 -frames:v 1 -pix_fmt yuv420p "$dir/reference.y4m"
+      "$build/bin/corvane" hotspot save "$dir/reference.y4m" --area 0,0,8,4:1,1,5,3 --area 4,2,24,10 \
+        -o "$dir/spot.xml" >/dev/null 2>&1
+      "$build/bin/corvane" hotspot save "$dir/reference.y4m" -o "$dir/no-areas.xml" >/dev/null 2>&1
+      rm -f "$dir/reference.y4m"
       ;;
     startup_files_fuzz)
       printf 'organization=Org\r\napplication=App\nlp=7\n' >"$dir/redirect.ini"
