@@ -41,6 +41,12 @@ const std::vector<FileUse>& FileUses() {
       {".mp3", {{"probe", "{in}", "--json"}}},
       {".adts", {{"probe", "{in}", "--json", "--frames"}}},
       {".latm", {{"probe", "{in}"}}},
+      {".302m", {{"s302m", "decode", "{in}", "{out}.wav"}}},
+      {".wav",
+       {{"limit", "{in}", "{out}.wav", "--ceiling", "-3", "--threshold", "-9", "--attack", "1"},
+        {"resample", "{in}", "{out}.wav", "--rate", "44100"},
+        {"s302m", "encode", "{in}", "{out}.302m"}}},
+      {".xml", {{"hotspot", "match", "{in}", CORVANE_TEST_DATA "/video/testsrc_64x32_420_tff.y4m"}}},
       {".y4m",
        {{"deinterlace", "--all", "--use-chroma", "--show-status", "{in}", "{out}"},
         {"deinterlace", "--method", "bob", "{in}", "{out}"},
@@ -148,8 +154,11 @@ Outcome RunCommand(const std::vector<std::string>& words) {
 std::vector<std::string> Expand(const std::vector<std::string>& words, const std::string& in, const std::string& out,
                                 const std::string& original) {
   std::vector<std::string> expanded;
-  for (const std::string& word : words) {
-    expanded.push_back(word == "{in}" ? in : word == "{out}" ? out : word == "{original}" ? original : word);
+  for (std::string word : words) {
+    if (word == "{in}") word = in;
+    if (word == "{original}") word = original;
+    if (word.rfind("{out}", 0) == 0) word = out + word.substr(5);
+    expanded.push_back(word);
   }
   return expanded;
 }
@@ -232,7 +241,7 @@ TEST(MutationTest, EveryMutatedDataFileGivesAResultOrOneClearError) {
           const std::string where = Describe(words) + " on mutation " + std::to_string(i) + " of " +
                                     file.filename().string();
           if (!outcome.failed) {
-            if (std::find(command.begin(), command.end(), "{out}") != command.end()) {
+            if (std::any_of(command.begin(), command.end(), [](const std::string& w) { return w.rfind("{out}", 0) == 0; })) {
               EXPECT_FALSE(Outputs(out).empty()) << where << " succeeded without its output";
             }
             for (const std::filesystem::path& path : Outputs(out)) std::filesystem::remove(path);
