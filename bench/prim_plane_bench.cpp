@@ -1,5 +1,6 @@
-// 4:2:0 to packed RGB on a 1080p picture: PrimYCbCr420ToRGB beside libyuv's
-// I420ToRAW, which writes R, G, B in memory order as our RGB buffers hold them.
+// 4:2:0 and packed RGB on a 1080p picture, both ways: PrimYCbCr420ToRGB beside
+// libyuv's I420ToRAW, PrimRGBToYCbCr420 beside its RAWToI420 ("RAW" is R, G, B
+// in memory order, as our RGB buffers hold them).
 #include <benchmark/benchmark.h>
 #include <libyuv.h>
 
@@ -14,11 +15,11 @@ namespace {
 constexpr int kWidth = 1920;
 constexpr int kHeight = 1080;
 
-// A 4:2:0 picture of seeded noise with tight planes, and its RGB buffer.
+// A 4:2:0 picture and an RGB buffer of seeded noise, with tight planes.
 struct Picture420 {
   Picture420() : y(kWidth * kHeight), cb(kWidth * kHeight / 4), cr(kWidth * kHeight / 4), rgb(3 * kWidth * kHeight) {
     std::mt19937 random(1080);
-    for (auto* plane : {&y, &cb, &cr}) {
+    for (auto* plane : {&y, &cb, &cr, &rgb}) {
       for (uint8_t& b : *plane) b = static_cast<uint8_t>(random());
     }
   }
@@ -53,7 +54,33 @@ void BM_YCbCr420ToRGBLibyuv(benchmark::State& state) {
   SetPixelCount(state);
 }
 
+void BM_RGBToYCbCr420Ours(benchmark::State& state) {
+  PrimInit();
+  Picture420 picture;
+  uint8_t* planes[3] = {picture.y.data(), picture.cb.data(), picture.cr.data()};
+  const int steps[3] = {kWidth, kWidth / 2, kWidth / 2};
+  for (auto _ : state) {
+    PrimRGBToYCbCr420(picture.rgb.data(), 3 * kWidth, planes, steps, kWidth, kHeight);
+    benchmark::DoNotOptimize(picture.y.data());
+    benchmark::ClobberMemory();
+  }
+  SetPixelCount(state);
+}
+
+void BM_RGBToYCbCr420Libyuv(benchmark::State& state) {
+  Picture420 picture;
+  for (auto _ : state) {
+    libyuv::RAWToI420(picture.rgb.data(), 3 * kWidth, picture.y.data(), kWidth, picture.cb.data(), kWidth / 2,
+                      picture.cr.data(), kWidth / 2, kWidth, kHeight);
+    benchmark::DoNotOptimize(picture.y.data());
+    benchmark::ClobberMemory();
+  }
+  SetPixelCount(state);
+}
+
 BENCHMARK(BM_YCbCr420ToRGBOurs)->Name("ycbcr420_to_rgb_1080p/ours")->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_YCbCr420ToRGBLibyuv)->Name("ycbcr420_to_rgb_1080p/libyuv")->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_RGBToYCbCr420Ours)->Name("rgb_to_ycbcr420_1080p/ours")->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_RGBToYCbCr420Libyuv)->Name("rgb_to_ycbcr420_1080p/libyuv")->Unit(benchmark::kMicrosecond);
 
 }  // namespace

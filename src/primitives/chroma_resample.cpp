@@ -2,6 +2,7 @@
 // dropped, doubled, or for interlaced pictures filtered within each field.
 #include "primitives/dispatch.h"
 #include "primitives/plane_common.h"
+#include "primitives/plane_kernels.h"
 #include "primitives/prim_plane.h"
 
 namespace {
@@ -22,23 +23,24 @@ void CopyLuma(const uint8_t* const src[3], const int srcStep[3], uint8_t* const 
 }
 
 // One row of the field filter: (wa * a + wb * b + 4) >> 3 with wa + wb = 8.
-void BlendRows(const uint8_t* a, int wa, const uint8_t* b, int wb, uint8_t* out, int width) {
+void BlendRow(const uint8_t* a, int wa, const uint8_t* b, int wb, uint8_t* out, int width) {
   for (int x = 0; x < width; ++x) out[x] = static_cast<uint8_t>((wa * a[x] + wb * b[x] + 4) >> 3);
 }
 
 // Source chroma rows s and s+1 are the two fields' rows at one height, s+2
 // and s+3 the next ones; each field's new rows lie 1/4 and 3/4 of the way.
-void UpsampleFieldsOfPlane(const uint8_t* src, int srcStep, uint8_t* dst, int dstStep, int width, int height) {
+void UpsampleFieldsOfPlane(prim_plane::BlendRowFn* blend, const uint8_t* src, int srcStep, uint8_t* dst, int dstStep,
+                           int width, int height) {
   const auto in = [&](int row) { return RowOf(src, srcStep, row); };
   const auto out = [&](int row) { return RowOf(dst, dstStep, row); };
   CopyRows(src, srcStep, dst, dstStep, width, 2);
   int s = 0;
   int d = 2;
   for (int round = 0; round < (height - 1) / 4; ++round, s += 2, d += 4) {
-    BlendRows(in(s), 5, in(s + 2), 3, out(d), width);
-    BlendRows(in(s + 1), 7, in(s + 3), 1, out(d + 1), width);
-    BlendRows(in(s), 1, in(s + 2), 7, out(d + 2), width);
-    BlendRows(in(s + 1), 3, in(s + 3), 5, out(d + 3), width);
+    blend(in(s), 5, in(s + 2), 3, out(d), width);
+    blend(in(s + 1), 7, in(s + 3), 1, out(d + 1), width);
+    blend(in(s), 1, in(s + 2), 7, out(d + 2), width);
+    blend(in(s + 1), 3, in(s + 3), 5, out(d + 3), width);
   }
   CopyRows(in(s), srcStep, out(d), dstStep, width, 2);
 }
@@ -70,27 +72,30 @@ int ycbcr420_to_422_c(const uint8_t* const src[3], const int srcStep[3], uint8_t
 
 int ycbcr420_to_422_interlaced_c(const uint8_t* const src[3], const int srcStep[3], uint8_t* const dst[3],
                                  const int dstStep[3], int width, int height) {
-  if (AnyNullArgument(src, srcStep, dst, dstStep)) return PrimStsNullPtrErr;
-  if (SizeBelow(width, height, 2, 4)) return PrimStsSizeErr;
-  const bool odd = width % 2 != 0 || height % 4 != 0;
-  width &= ~1;
-  height &= ~3;
-  CopyLuma(src, srcStep, dst, dstStep, width, height);
-  for (int c = 1; c < 3; ++c) UpsampleFieldsOfPlane(src[c], srcStep[c], dst[c], dstStep[c], width / 2, height);
-  return odd ? PrimStsOddSize : PrimStsNoErr;
+  return prim_plane::YCbCr420To422Interlaced(BlendRow, src, srcStep, dst, dstStep, width, height);
 }
-
-using ResampleFn = int(const uint8_t* const[3], const int[3], uint8_t* const[3], const int[3], int, int);
 
 constexpr ResampleFn* kYCbCr422To420[kPrimSlotCount] = {ycbcr422_to_420_c, ycbcr422_to_420_c, ycbcr422_to_420_c,
                                                         ycbcr422_to_420_c, ycbcr422_to_420_c, ycbcr422_to_420_c};
 constexpr ResampleFn* kYCbCr420To422[kPrimSlotCount] = {ycbcr420_to_422_c, ycbcr420_to_422_c, ycbcr420_to_422_c,
                                                         ycbcr420_to_422_c, ycbcr420_to_422_c, ycbcr420_to_422_c};
 constexpr ResampleFn* kYCbCr420To422Interlaced[kPrimSlotCount] = {
-    ycbcr420_to_422_interlaced_c, ycbcr420_to_422_interlaced_c, ycbcr420_to_422_interlaced_c,
-    ycbcr420_to_422_interlaced_c, ycbcr420_to_422_interlaced_c, ycbcr420_to_422_interlaced_c};
+    ycbcr420_to_422_interlaced_c, ycbcr420_to_422_interlaced_c,     ycbcr420_to_422_interlaced_c,
+    ycbcr420_to_422_interlaced_c, ycbcr420_to_422_interlaced_sse41, ycbcr420_to_422_interlaced_avx};
 
 }  // namespace
+
+int prim_plane::YCbCr420To422Interlaced(BlendRowFn* blend, const uint8_t* const src[3], const int srcStep[3],
+                                        uint8_t* const dst[3], const int dstStep[3], int width, int height) {
+  if (AnyNullArgument(src, srcStep, dst, dstStep)) return PrimStsNullPtrErr;
+  if (SizeBelow(width, height, 2, 4)) return PrimStsSizeErr;
+  const bool odd = width % 2 != 0 || height % 4 != 0;
+  width &= ~1;
+  height &= ~3;
+  CopyLuma(src, srcStep, dst, dstStep, width, height);
+  for (int c = 1; c < 3; ++c) UpsampleFieldsOfPlane(blend, src[c], srcStep[c], dst[c], dstStep[c], width / 2, height);
+  return odd ? PrimStsOddSize : PrimStsNoErr;
+}
 
 int PrimYCbCr422To420(const uint8_t* const src[3], const int srcStep[3], uint8_t* const dst[3], const int dstStep[3],
                       int width, int height) {

@@ -5,12 +5,15 @@
 #include <bit>
 #include <cstring>
 
+#include "primitives/colour_weights.h"
 #include "primitives/dispatch.h"
 #include "primitives/plane_common.h"
+#include "primitives/plane_kernels.h"
 #include "primitives/prim_plane.h"
 
 namespace {
 
+using namespace prim_colour;
 using prim_plane::AnyNull;
 using prim_plane::AnyNullPlane;
 using prim_plane::RowOf;
@@ -21,31 +24,6 @@ static_assert(std::endian::native == std::endian::little, "pixel words are store
 uint8_t Clip(int v) { return static_cast<uint8_t>(std::clamp(v, 0, 255)); }
 
 // --- YCbCr to RGB ---
-
-// One conversion's weights, in 16 fraction bits: channel = clip((y * Y +
-// weights * (chroma - chromaBias) + offset) >> 16).
-struct YCbCrToRGBWeights {
-  int32_t y;
-  int32_t crToR, cbToG, crToG, cbToB;
-  int32_t chromaBias;  // 128 for centred chroma, 0 where the raw samples are weighted
-  int32_t offsetR, offsetG, offsetB;
-};
-
-// clang-format off
-constexpr YCbCrToRGBWeights kYCbCrToRGBWeights = {
-    .y = 76284, .crToR = 104595, .cbToG = -25690, .crToG = -53281, .cbToB = 132186,
-    .chromaBias = 128, .offsetR = -1220544, .offsetG = -1220544, .offsetB = -1220544};
-// 1187776 = 1220544 - 32768: this one has a rounding term.
-constexpr YCbCrToRGBWeights kYCbCr420ToRGBWeights = {
-    .y = 76284, .crToR = 104595, .cbToG = -25690, .crToG = -53281, .cbToB = 132186,
-    .chromaBias = 128, .offsetR = -1187776, .offsetG = -1187776, .offsetB = -1187776};
-constexpr YCbCrToRGBWeights kYCbCr422ToRGBWeights = {
-    .y = 76282, .crToR = 104593, .cbToG = -25689, .crToG = -53279, .cbToB = 132184,
-    .chromaBias = 128, .offsetR = -1220512, .offsetG = -1220512, .offsetB = -1220512};
-constexpr YCbCrToRGBWeights kYCbCr422ToBGRWeights = {
-    .y = 76284, .crToR = 104595, .cbToG = -25690, .crToG = -53281, .cbToB = 132186,
-    .chromaBias = 0, .offsetR = -14608761, .offsetG = 8887730, .offsetB = -18140365};
-// clang-format on
 
 enum Channel { kRed, kGreen, kBlue };
 
@@ -209,28 +187,18 @@ constexpr PixelLayout kRGBLayout = {0, 1, 2};
 constexpr PixelLayout kBGRLayout = {2, 1, 0};
 
 uint8_t StudioLuma(int r, int g, int b) {
-  return static_cast<uint8_t>((16843 * r + 33030 * g + 6423 * b + 0x108000) >> 16);
+  return static_cast<uint8_t>((kStudioY.r * r + kStudioY.g * g + kStudioY.b * b + kStudioYOffset) >> 16);
 }
 
-// Chroma of a sum over 1, 2 or 4 pixels: the weights are the same, the bias
-// and rounding term and the shift grow with the count, each as given.
-struct ChromaScale {
-  int offset;
-  int shift;
-};
-constexpr ChromaScale kChromaOfPixel = {0x808000, 16};
-constexpr ChromaScale kChromaOfPair = {0x1004000, 17};
-constexpr ChromaScale kChromaOfSquare = {0x2008000, 18};
-
-uint8_t StudioCb(int r, int g, int b, ChromaScale scale) {
-  return static_cast<uint8_t>((-9699 * r - 19071 * g + 28770 * b + scale.offset) >> scale.shift);
+uint8_t StudioChroma(StudioWeights w, int r, int g, int b, ChromaScale scale) {
+  return static_cast<uint8_t>((w.r * r + w.g * g + w.b * b + scale.offset) >> scale.shift);
 }
 
-uint8_t StudioCr(int r, int g, int b, ChromaScale scale) {
-  return static_cast<uint8_t>((28770 * r - 24117 * g - 4653 * b + scale.offset) >> scale.shift);
-}
+uint8_t StudioCb(int r, int g, int b, ChromaScale scale) { return StudioChroma(kStudioCb, r, g, b, scale); }
 
-void RGBRowToYCbCr(const uint8_t* rgb, int width, uint8_t* y, uint8_t* cb, uint8_t* cr) {
+uint8_t StudioCr(int r, int g, int b, ChromaScale scale) { return StudioChroma(kStudioCr, r, g, b, scale); }
+
+void RGBRowToYCbCr(const uint8_t* rgb, uint8_t* y, uint8_t* cb, uint8_t* cr, int width) {
   for (int x = 0; x < width; ++x) {
     const int r = rgb[3 * x], g = rgb[3 * x + 1], b = rgb[3 * x + 2];
     y[x] = StudioLuma(r, g, b);
@@ -240,8 +208,8 @@ void RGBRowToYCbCr(const uint8_t* rgb, int width, uint8_t* y, uint8_t* cb, uint8
 }
 
 template <const PixelLayout& layout>
-void RowToYCbCr422(const uint8_t* src, int pairs, uint8_t* y, uint8_t* cb, uint8_t* cr) {
-  for (int i = 0; i < pairs; ++i) {
+void RowToYCbCr422(const uint8_t* src, uint8_t* y, uint8_t* cb, uint8_t* cr, int width) {
+  for (int i = 0; i < width / 2; ++i) {
     const uint8_t* p0 = src + 6 * i;
     const uint8_t* p1 = p0 + 3;
     y[2 * i] = StudioLuma(p0[layout.r], p0[layout.g], p0[layout.b]);
@@ -257,9 +225,9 @@ void RowToYCbCr422(const uint8_t* src, int pairs, uint8_t* y, uint8_t* cb, uint8
 // Two source rows to two luma rows and one chroma row; the squares span both
 // rows whatever the content, as for a progressive picture.
 template <const PixelLayout& layout>
-void RowPairToYCbCr420(const uint8_t* top, const uint8_t* bottom, int pairs, uint8_t* yTop, uint8_t* yBottom,
-                       uint8_t* cb, uint8_t* cr) {
-  for (int i = 0; i < pairs; ++i) {
+void RowPairToYCbCr420(const uint8_t* top, const uint8_t* bottom, uint8_t* yTop, uint8_t* yBottom, uint8_t* cb,
+                       uint8_t* cr, int width) {
+  for (int i = 0; i < width / 2; ++i) {
     const uint8_t* p[4] = {top + 6 * i, top + 6 * i + 3, bottom + 6 * i, bottom + 6 * i + 3};
     yTop[2 * i] = StudioLuma(p[0][layout.r], p[0][layout.g], p[0][layout.b]);
     yTop[2 * i + 1] = StudioLuma(p[1][layout.r], p[1][layout.g], p[1][layout.b]);
@@ -273,42 +241,26 @@ void RowPairToYCbCr420(const uint8_t* top, const uint8_t* bottom, int pairs, uin
   }
 }
 
-template <const PixelLayout& layout>
-void ConvertTo422(const uint8_t* src, int srcStep, uint8_t* const dst[3], const int dstStep[3], int pairs, int height) {
-  for (int row = 0; row < height; ++row) {
-    RowToYCbCr422<layout>(RowOf(src, srcStep, row), pairs, RowOf(dst[0], dstStep[0], row),
-                          RowOf(dst[1], dstStep[1], row), RowOf(dst[2], dstStep[2], row));
-  }
-}
-
-template <const PixelLayout& layout>
-void ConvertTo420(const uint8_t* src, int srcStep, uint8_t* const dst[3], const int dstStep[3], int pairs,
-                  int rowPairs) {
-  for (int i = 0; i < rowPairs; ++i) {
-    RowPairToYCbCr420<layout>(RowOf(src, srcStep, 2 * i), RowOf(src, srcStep, 2 * i + 1), pairs,
-                              RowOf(dst[0], dstStep[0], 2 * i), RowOf(dst[0], dstStep[0], 2 * i + 1),
-                              RowOf(dst[1], dstStep[1], i), RowOf(dst[2], dstStep[2], i));
-  }
-}
-
 // --- RGB to analog YUV ---
 
-void RGBRowToYUV(const uint8_t* rgb, int width, uint8_t* y, uint8_t* u, uint8_t* v) {
+void RGBRowToYUV(const uint8_t* rgb, uint8_t* y, uint8_t* u, uint8_t* v, int width) {
   for (int x = 0; x < width; ++x) {
     const int r = rgb[3 * x], g = rgb[3 * x + 1], b = rgb[3 * x + 2];
-    const int s = 19595 * r + 38470 * g + 7471 * b;
+    const int s = kAnalogY.r * r + kAnalogY.g * g + kAnalogY.b * b;
     y[x] = static_cast<uint8_t>(s >> 16);
-    u[x] = static_cast<uint8_t>(((((b << 16) - s + 32767) >> 16) * 32244 >> 16) + 128);
-    v[x] = Clip(((((r << 16) - s + 32767) >> 16) * 57475 >> 16) + 128);
+    u[x] = static_cast<uint8_t>(((((b << 16) - s + 32767) >> 16) * kAnalogU >> 16) + 128);
+    v[x] = Clip(((((r << 16) - s + 32767) >> 16) * kAnalogV >> 16) + 128);
   }
 }
 
 // Twice the luma of a pixel, in 14 fraction bits.
-int DoubleLuma(const uint8_t* p) { return (9798 * p[0] + 19235 * p[1] + 3736 * p[2]) >> 14; }
+int DoubleLuma(const uint8_t* p) {
+  return (kAnalogDoubleY.r * p[0] + kAnalogDoubleY.g * p[1] + kAnalogDoubleY.b * p[2]) >> 14;
+}
 
-void RGBRowPairToYUV420(const uint8_t* top, const uint8_t* bottom, int pairs, uint8_t* yTop, uint8_t* yBottom,
-                        uint8_t* u, uint8_t* v) {
-  for (int i = 0; i < pairs; ++i) {
+void RGBRowPairToYUV420(const uint8_t* top, const uint8_t* bottom, uint8_t* yTop, uint8_t* yBottom, uint8_t* u,
+                        uint8_t* v, int width) {
+  for (int i = 0; i < width / 2; ++i) {
     const uint8_t* p[4] = {top + 6 * i, top + 6 * i + 3, bottom + 6 * i, bottom + 6 * i + 3};
     const int t[4] = {DoubleLuma(p[0]), DoubleLuma(p[1]), DoubleLuma(p[2]), DoubleLuma(p[3])};
     yTop[2 * i] = static_cast<uint8_t>(t[0] >> 1);
@@ -318,150 +270,271 @@ void RGBRowPairToYUV420(const uint8_t* top, const uint8_t* bottom, int pairs, ui
     const int d = (t[0] + t[1] + t[2] + t[3]) >> 2;
     const int r4 = p[0][0] + p[1][0] + p[2][0] + p[3][0];
     const int b4 = p[0][2] + p[1][2] + p[2][2] + p[3][2];
-    u[i] = Clip((((b4 >> 1) - d) * 16121 >> 16) + 128);
-    v[i] = Clip((((r4 >> 1) - d) * 28737 >> 16) + 128);
+    u[i] = Clip((((b4 >> 1) - d) * kAnalogU420 >> 16) + 128);
+    v[i] = Clip((((r4 >> 1) - d) * kAnalogV420 >> 16) + 128);
   }
 }
-
-// The status of a subsampled conversion once the even part is done.
-int OddSizeStatus(bool odd) { return odd ? PrimStsOddSize : PrimStsNoErr; }
 
 // --- The portable implementations ---
 
-int ycbcr_to_rgb_c(const uint8_t* src, int srcStep, uint8_t* dst, int dstStep, int width, int height) {
-  if (AnyNull({src, dst})) return PrimStsNullPtrErr;
-  if (SizeBelow(width, height, 1, 1)) return PrimStsSizeErr;
-  for (int row = 0; row < height; ++row) {
-    const uint8_t* in = RowOf(src, srcStep, row);
-    uint8_t* out = RowOf(dst, dstStep, row);
-    for (int x = 0; x < width; ++x) {
-      StoreYCbCrPixel<kYCbCrToRGBWeights, kRGBOrder>(in[3 * x], in[3 * x + 1], in[3 * x + 2], out + 3 * x);
-    }
+void YCbCrRowToRGB(const uint8_t* in, uint8_t* out, int width) {
+  for (int x = 0; x < width; ++x) {
+    StoreYCbCrPixel<kYCbCrToRGBWeights, kRGBOrder>(in[3 * x], in[3 * x + 1], in[3 * x + 2], out + 3 * x);
   }
-  return PrimStsNoErr;
+}
+
+void YCbCr420PlaneToRGB(const uint8_t* const src[3], const int srcStep[3], uint8_t* dst, int dstStep, int width,
+                        int height) {
+  ConvertPlanarToPacked<kYCbCr420ToRGBWeights, kRGBOrder>(src, srcStep, dst, dstStep, width, height, 1);
+}
+
+void YCbCr422PlaneToRGB(const uint8_t* const src[3], const int srcStep[3], uint8_t* dst, int dstStep, int width,
+                        int height) {
+  ConvertPlanarToPacked<kYCbCr422ToRGBWeights, kRGBOrder>(src, srcStep, dst, dstStep, width, height, 0);
+}
+
+void YCbCr422PlaneToBGR(const uint8_t* const src[3], const int srcStep[3], uint8_t* dst, int dstStep, int width,
+                        int height) {
+  ConvertPlanarToPacked<kYCbCr422ToBGRWeights, kBGROrder>(src, srcStep, dst, dstStep, width, height, 0);
+}
+
+int ycbcr_to_rgb_c(const uint8_t* src, int srcStep, uint8_t* dst, int dstStep, int width, int height) {
+  return prim_plane::YCbCrToRGB(YCbCrRowToRGB, src, srcStep, dst, dstStep, width, height);
 }
 
 int rgb_to_ycbcr_planar_c(const uint8_t* src, int srcStep, uint8_t* const dst[3], int dstStep, int width, int height) {
-  if (AnyNull({src}) || AnyNullPlane(dst)) return PrimStsNullPtrErr;
-  if (SizeBelow(width, height, 1, 1)) return PrimStsSizeErr;
-  for (int row = 0; row < height; ++row) {
-    RGBRowToYCbCr(RowOf(src, srcStep, row), width, RowOf(dst[0], dstStep, row), RowOf(dst[1], dstStep, row),
-                  RowOf(dst[2], dstStep, row));
-  }
-  return PrimStsNoErr;
+  return prim_plane::RGBToYCbCrPlanar(RGBRowToYCbCr, src, srcStep, dst, dstStep, width, height);
 }
 
 int ycbcr420_to_rgb_c(const uint8_t* const src[3], const int srcStep[3], uint8_t* dst, int dstStep, int width,
                       int height) {
-  if (AnyNullPlane(src) || AnyNull({srcStep, dst})) return PrimStsNullPtrErr;
-  if (SizeBelow(width, height, 1, 1)) return PrimStsSizeErr;
-  ConvertPlanarToPacked<kYCbCr420ToRGBWeights, kRGBOrder>(src, srcStep, dst, dstStep, width & ~1, height & ~1, 1);
-  return OddSizeStatus(width % 2 != 0 || height % 2 != 0);
+  return prim_plane::YCbCr420ToRGB(YCbCr420PlaneToRGB, src, srcStep, dst, dstStep, width, height);
 }
 
 int ycbcr422_to_rgb_c(const uint8_t* const src[3], const int srcStep[3], uint8_t* dst, int dstStep, int width,
                       int height) {
-  if (AnyNullPlane(src) || AnyNull({srcStep, dst})) return PrimStsNullPtrErr;
-  if (SizeBelow(width, height, 1, 1)) return PrimStsSizeErr;
-  ConvertPlanarToPacked<kYCbCr422ToRGBWeights, kRGBOrder>(src, srcStep, dst, dstStep, width, height, 0);
-  return PrimStsNoErr;
+  return prim_plane::YCbCr422ToRGB(YCbCr422PlaneToRGB, src, srcStep, dst, dstStep, width, height);
 }
 
 int ycbcr422_to_bgr_c(const uint8_t* const src[3], const int srcStep[3], uint8_t* dst, int dstStep, int width,
                       int height) {
-  if (AnyNullPlane(src) || AnyNull({srcStep, dst})) return PrimStsNullPtrErr;
-  if (SizeBelow(width, height, 2, 1)) return PrimStsSizeErr;
-  ConvertPlanarToPacked<kYCbCr422ToBGRWeights, kBGROrder>(src, srcStep, dst, dstStep, width, height, 0);
-  return PrimStsNoErr;
+  return prim_plane::YCbCr422ToBGR(YCbCr422PlaneToBGR, src, srcStep, dst, dstStep, width, height);
 }
 
 int rgb_to_yuv420_c(const uint8_t* src, int srcStep, uint8_t* const dst[3], const int dstStep[3], int width,
                     int height) {
-  if (AnyNull({src, dstStep}) || AnyNullPlane(dst)) return PrimStsNullPtrErr;
-  if (SizeBelow(width, height, 1, 1)) return PrimStsSizeErr;
-  for (int i = 0; i < height / 2; ++i) {
-    RGBRowPairToYUV420(RowOf(src, srcStep, 2 * i), RowOf(src, srcStep, 2 * i + 1), width / 2,
-                       RowOf(dst[0], dstStep[0], 2 * i), RowOf(dst[0], dstStep[0], 2 * i + 1),
-                       RowOf(dst[1], dstStep[1], i), RowOf(dst[2], dstStep[2], i));
-  }
-  return OddSizeStatus(width % 2 != 0 || height % 2 != 0);
+  return prim_plane::RGBToYUV420(RGBRowPairToYUV420, src, srcStep, dst, dstStep, width, height);
 }
 
 int bgr_to_ycbcr420_c(const uint8_t* src, int srcStep, uint8_t* const dst[3], const int dstStep[3], int width,
                       int height) {
-  if (AnyNull({src, dstStep}) || AnyNullPlane(dst)) return PrimStsNullPtrErr;
-  if (SizeBelow(width, height, 2, 2)) return PrimStsSizeErr;
-  ConvertTo420<kBGRLayout>(src, srcStep, dst, dstStep, width / 2, height / 2);
-  return OddSizeStatus(width % 2 != 0 || height % 2 != 0);
+  return prim_plane::BGRToYCbCr420(RowPairToYCbCr420<kBGRLayout>, src, srcStep, dst, dstStep, width, height);
 }
 
 int bgr_to_ycbcr422_c(const uint8_t* src, int srcStep, uint8_t* const dst[3], const int dstStep[3], int width,
                       int height) {
-  if (AnyNull({src, dstStep}) || AnyNullPlane(dst)) return PrimStsNullPtrErr;
-  if (SizeBelow(width, height, 2, 1)) return PrimStsSizeErr;
-  ConvertTo422<kBGRLayout>(src, srcStep, dst, dstStep, width / 2, height);
-  return PrimStsNoErr;
+  return prim_plane::BGRToYCbCr422(RowToYCbCr422<kBGRLayout>, src, srcStep, dst, dstStep, width, height);
 }
 
 int rgb_to_ycbcr420_c(const uint8_t* src, int srcStep, uint8_t* const dst[3], const int dstStep[3], int width,
                       int height) {
-  if (AnyNull({src, dstStep}) || AnyNullPlane(dst)) return PrimStsNullPtrErr;
-  if (SizeBelow(width, height, 1, 1)) return PrimStsSizeErr;
-  ConvertTo420<kRGBLayout>(src, srcStep, dst, dstStep, width / 2, height / 2);
-  return OddSizeStatus(width % 2 != 0 || height % 2 != 0);
+  return prim_plane::RGBToYCbCr420(RowPairToYCbCr420<kRGBLayout>, src, srcStep, dst, dstStep, width, height);
 }
 
 int rgb_to_ycbcr422_c(const uint8_t* src, int srcStep, uint8_t* const dst[3], const int dstStep[3], int width,
                       int height) {
-  if (AnyNull({src, dstStep}) || AnyNullPlane(dst)) return PrimStsNullPtrErr;
-  if (SizeBelow(width, height, 2, 1)) return PrimStsSizeErr;
-  ConvertTo422<kRGBLayout>(src, srcStep, dst, dstStep, width / 2, height);
-  return OddSizeStatus(width % 2 != 0);
+  return prim_plane::RGBToYCbCr422(RowToYCbCr422<kRGBLayout>, src, srcStep, dst, dstStep, width, height);
 }
 
 int rgb_to_yuv_planar_c(const uint8_t* src, int srcStep, uint8_t* const dst[3], int dstStep, int width, int height) {
-  if (AnyNull({src}) || AnyNullPlane(dst)) return PrimStsNullPtrErr;
-  if (SizeBelow(width, height, 1, 1)) return PrimStsSizeErr;
-  for (int row = 0; row < height; ++row) {
-    RGBRowToYUV(RowOf(src, srcStep, row), width, RowOf(dst[0], dstStep, row), RowOf(dst[1], dstStep, row),
-                RowOf(dst[2], dstStep, row));
-  }
-  return PrimStsNoErr;
+  return prim_plane::RGBToYUVPlanar(RGBRowToYUV, src, srcStep, dst, dstStep, width, height);
 }
 
 // --- Signatures and tables ---
 
-using PackedToPackedFn = int(const uint8_t*, int, uint8_t*, int, int, int);
-using PackedToPlanarFn = int(const uint8_t*, int, uint8_t* const[3], int, int, int);
-using PlanarToPackedFn = int(const uint8_t* const[3], const int[3], uint8_t*, int, int, int);
-using PackedToSubsampledFn = int(const uint8_t*, int, uint8_t* const[3], const int[3], int, int);
-
-constexpr PackedToPackedFn* kYCbCrToRGB[kPrimSlotCount] = {ycbcr_to_rgb_c, ycbcr_to_rgb_c, ycbcr_to_rgb_c,
-                                                           ycbcr_to_rgb_c, ycbcr_to_rgb_c, ycbcr_to_rgb_c};
-constexpr PackedToPlanarFn* kRGBToYCbCrPlanar[kPrimSlotCount] = {rgb_to_ycbcr_planar_c, rgb_to_ycbcr_planar_c,
-                                                                 rgb_to_ycbcr_planar_c, rgb_to_ycbcr_planar_c,
-                                                                 rgb_to_ycbcr_planar_c, rgb_to_ycbcr_planar_c};
-constexpr PlanarToPackedFn* kYCbCr420ToRGB[kPrimSlotCount] = {ycbcr420_to_rgb_c, ycbcr420_to_rgb_c, ycbcr420_to_rgb_c,
-                                                              ycbcr420_to_rgb_c, ycbcr420_to_rgb_c, ycbcr420_to_rgb_c};
-constexpr PlanarToPackedFn* kYCbCr422ToRGB[kPrimSlotCount] = {ycbcr422_to_rgb_c, ycbcr422_to_rgb_c, ycbcr422_to_rgb_c,
-                                                              ycbcr422_to_rgb_c, ycbcr422_to_rgb_c, ycbcr422_to_rgb_c};
-constexpr PlanarToPackedFn* kYCbCr422ToBGR[kPrimSlotCount] = {ycbcr422_to_bgr_c, ycbcr422_to_bgr_c, ycbcr422_to_bgr_c,
-                                                              ycbcr422_to_bgr_c, ycbcr422_to_bgr_c, ycbcr422_to_bgr_c};
-constexpr PackedToSubsampledFn* kRGBToYUV420[kPrimSlotCount] = {rgb_to_yuv420_c, rgb_to_yuv420_c, rgb_to_yuv420_c,
-                                                                rgb_to_yuv420_c, rgb_to_yuv420_c, rgb_to_yuv420_c};
-constexpr PackedToSubsampledFn* kBGRToYCbCr420[kPrimSlotCount] = {
-    bgr_to_ycbcr420_c, bgr_to_ycbcr420_c, bgr_to_ycbcr420_c, bgr_to_ycbcr420_c, bgr_to_ycbcr420_c, bgr_to_ycbcr420_c};
-constexpr PackedToSubsampledFn* kBGRToYCbCr422[kPrimSlotCount] = {
-    bgr_to_ycbcr422_c, bgr_to_ycbcr422_c, bgr_to_ycbcr422_c, bgr_to_ycbcr422_c, bgr_to_ycbcr422_c, bgr_to_ycbcr422_c};
-constexpr PackedToSubsampledFn* kRGBToYCbCr420[kPrimSlotCount] = {
-    rgb_to_ycbcr420_c, rgb_to_ycbcr420_c, rgb_to_ycbcr420_c, rgb_to_ycbcr420_c, rgb_to_ycbcr420_c, rgb_to_ycbcr420_c};
-constexpr PackedToSubsampledFn* kRGBToYCbCr422[kPrimSlotCount] = {
-    rgb_to_ycbcr422_c, rgb_to_ycbcr422_c, rgb_to_ycbcr422_c, rgb_to_ycbcr422_c, rgb_to_ycbcr422_c, rgb_to_ycbcr422_c};
-constexpr PackedToPlanarFn* kRGBToYUVPlanar[kPrimSlotCount] = {rgb_to_yuv_planar_c, rgb_to_yuv_planar_c,
-                                                               rgb_to_yuv_planar_c, rgb_to_yuv_planar_c,
-                                                               rgb_to_yuv_planar_c, rgb_to_yuv_planar_c};
+constexpr PackedToPackedFn* kYCbCrToRGB[kPrimSlotCount] = {ycbcr_to_rgb_c, ycbcr_to_rgb_c,     ycbcr_to_rgb_c,
+                                                           ycbcr_to_rgb_c, ycbcr_to_rgb_sse41, ycbcr_to_rgb_avx};
+constexpr PackedToPlanarFn* kRGBToYCbCrPlanar[kPrimSlotCount] = {rgb_to_ycbcr_planar_c,     rgb_to_ycbcr_planar_c,
+                                                                 rgb_to_ycbcr_planar_c,     rgb_to_ycbcr_planar_c,
+                                                                 rgb_to_ycbcr_planar_sse41, rgb_to_ycbcr_planar_avx};
+constexpr PlanarToPackedFn* kYCbCr420ToRGB[kPrimSlotCount] = {ycbcr420_to_rgb_c,     ycbcr420_to_rgb_c,
+                                                              ycbcr420_to_rgb_c,     ycbcr420_to_rgb_c,
+                                                              ycbcr420_to_rgb_sse41, ycbcr420_to_rgb_avx};
+constexpr PlanarToPackedFn* kYCbCr422ToRGB[kPrimSlotCount] = {ycbcr422_to_rgb_c,     ycbcr422_to_rgb_c,
+                                                              ycbcr422_to_rgb_c,     ycbcr422_to_rgb_c,
+                                                              ycbcr422_to_rgb_sse41, ycbcr422_to_rgb_avx};
+constexpr PlanarToPackedFn* kYCbCr422ToBGR[kPrimSlotCount] = {ycbcr422_to_bgr_c,     ycbcr422_to_bgr_c,
+                                                              ycbcr422_to_bgr_c,     ycbcr422_to_bgr_c,
+                                                              ycbcr422_to_bgr_sse41, ycbcr422_to_bgr_avx};
+constexpr PackedToSubsampledFn* kRGBToYUV420[kPrimSlotCount] = {
+    rgb_to_yuv420_c, rgb_to_yuv420_c, rgb_to_yuv420_c, rgb_to_yuv420_c, rgb_to_yuv420_sse41, rgb_to_yuv420_avx};
+constexpr PackedToSubsampledFn* kBGRToYCbCr420[kPrimSlotCount] = {bgr_to_ycbcr420_c,     bgr_to_ycbcr420_c,
+                                                                  bgr_to_ycbcr420_c,     bgr_to_ycbcr420_c,
+                                                                  bgr_to_ycbcr420_sse41, bgr_to_ycbcr420_avx};
+constexpr PackedToSubsampledFn* kBGRToYCbCr422[kPrimSlotCount] = {bgr_to_ycbcr422_c,     bgr_to_ycbcr422_c,
+                                                                  bgr_to_ycbcr422_c,     bgr_to_ycbcr422_c,
+                                                                  bgr_to_ycbcr422_sse41, bgr_to_ycbcr422_avx};
+constexpr PackedToSubsampledFn* kRGBToYCbCr420[kPrimSlotCount] = {rgb_to_ycbcr420_c,     rgb_to_ycbcr420_c,
+                                                                  rgb_to_ycbcr420_c,     rgb_to_ycbcr420_c,
+                                                                  rgb_to_ycbcr420_sse41, rgb_to_ycbcr420_avx};
+constexpr PackedToSubsampledFn* kRGBToYCbCr422[kPrimSlotCount] = {rgb_to_ycbcr422_c,     rgb_to_ycbcr422_c,
+                                                                  rgb_to_ycbcr422_c,     rgb_to_ycbcr422_c,
+                                                                  rgb_to_ycbcr422_sse41, rgb_to_ycbcr422_avx};
+constexpr PackedToPlanarFn* kRGBToYUVPlanar[kPrimSlotCount] = {rgb_to_yuv_planar_c,     rgb_to_yuv_planar_c,
+                                                               rgb_to_yuv_planar_c,     rgb_to_yuv_planar_c,
+                                                               rgb_to_yuv_planar_sse41, rgb_to_yuv_planar_avx};
 
 }  // namespace
+
+// --- The primitives over their kernels ---
+
+namespace prim_plane {
+
+namespace {
+
+// The status of a subsampled conversion once the even part is done.
+int OddSizeStatus(bool odd) { return odd ? PrimStsOddSize : PrimStsNoErr; }
+
+bool AnyNullPackedToPlanes(const uint8_t* src, uint8_t* const dst[3]) { return AnyNull({src}) || AnyNullPlane(dst); }
+
+bool AnyNullPlanarToPacked(const uint8_t* const src[3], const int srcStep[3], const uint8_t* dst) {
+  return AnyNullPlane(src) || AnyNull({srcStep, dst});
+}
+
+bool AnyNullPackedToSubsampled(const uint8_t* src, uint8_t* const dst[3], const int dstStep[3]) {
+  return AnyNull({src, dstStep}) || AnyNullPlane(dst);
+}
+
+void ConvertTo422(PackedToPlanesRowFn* row, const uint8_t* src, int srcStep, uint8_t* const dst[3],
+                  const int dstStep[3], int width, int height) {
+  for (int y = 0; y < height; ++y) {
+    row(RowOf(src, srcStep, y), RowOf(dst[0], dstStep[0], y), RowOf(dst[1], dstStep[1], y),
+        RowOf(dst[2], dstStep[2], y), width & ~1);
+  }
+}
+
+// Whole squares only: the odd last row and column are left.
+void ConvertTo420(RowPairTo420Fn* row, const uint8_t* src, int srcStep, uint8_t* const dst[3], const int dstStep[3],
+                  int width, int height) {
+  for (int i = 0; i < height / 2; ++i) {
+    row(RowOf(src, srcStep, 2 * i), RowOf(src, srcStep, 2 * i + 1), RowOf(dst[0], dstStep[0], 2 * i),
+        RowOf(dst[0], dstStep[0], 2 * i + 1), RowOf(dst[1], dstStep[1], i), RowOf(dst[2], dstStep[2], i), width & ~1);
+  }
+}
+
+void ConvertToFullPlanes(PackedToPlanesRowFn* row, const uint8_t* src, int srcStep, uint8_t* const dst[3], int dstStep,
+                         int width, int height) {
+  for (int y = 0; y < height; ++y) {
+    row(RowOf(src, srcStep, y), RowOf(dst[0], dstStep, y), RowOf(dst[1], dstStep, y), RowOf(dst[2], dstStep, y), width);
+  }
+}
+
+}  // namespace
+
+void ConvertPlanarRows(PlanarToPackedRowFn* row, int chromaRowShift, const uint8_t* const src[3], const int srcStep[3],
+                       uint8_t* dst, int dstStep, int width, int height) {
+  for (int y = 0; y < height; ++y) {
+    row(RowOf(src[0], srcStep[0], y), RowOf(src[1], srcStep[1], y >> chromaRowShift),
+        RowOf(src[2], srcStep[2], y >> chromaRowShift), RowOf(dst, dstStep, y), width);
+  }
+}
+
+void ConvertPlanarRowPairs(PlanarRowPairToPackedFn* rows, const uint8_t* const src[3], const int srcStep[3],
+                           uint8_t* dst, int dstStep, int width, int height) {
+  for (int y = 0; y + 1 < height; y += 2) {
+    rows(RowOf(src[0], srcStep[0], y), RowOf(src[0], srcStep[0], y + 1), RowOf(src[1], srcStep[1], y / 2),
+         RowOf(src[2], srcStep[2], y / 2), RowOf(dst, dstStep, y), RowOf(dst, dstStep, y + 1), width);
+  }
+}
+
+int YCbCrToRGB(PackedRowFn* row, const uint8_t* src, int srcStep, uint8_t* dst, int dstStep, int width, int height) {
+  if (AnyNull({src, dst})) return PrimStsNullPtrErr;
+  if (SizeBelow(width, height, 1, 1)) return PrimStsSizeErr;
+  for (int y = 0; y < height; ++y) row(RowOf(src, srcStep, y), RowOf(dst, dstStep, y), width);
+  return PrimStsNoErr;
+}
+
+int RGBToYCbCrPlanar(PackedToPlanesRowFn* row, const uint8_t* src, int srcStep, uint8_t* const dst[3], int dstStep,
+                     int width, int height) {
+  if (AnyNullPackedToPlanes(src, dst)) return PrimStsNullPtrErr;
+  if (SizeBelow(width, height, 1, 1)) return PrimStsSizeErr;
+  ConvertToFullPlanes(row, src, srcStep, dst, dstStep, width, height);
+  return PrimStsNoErr;
+}
+
+int YCbCr420ToRGB(PlanarToPackedPlaneFn* convert, const uint8_t* const src[3], const int srcStep[3], uint8_t* dst,
+                  int dstStep, int width, int height) {
+  if (AnyNullPlanarToPacked(src, srcStep, dst)) return PrimStsNullPtrErr;
+  if (SizeBelow(width, height, 1, 1)) return PrimStsSizeErr;
+  convert(src, srcStep, dst, dstStep, width & ~1, height & ~1);
+  return OddSizeStatus(width % 2 != 0 || height % 2 != 0);
+}
+
+int YCbCr422ToRGB(PlanarToPackedPlaneFn* convert, const uint8_t* const src[3], const int srcStep[3], uint8_t* dst,
+                  int dstStep, int width, int height) {
+  if (AnyNullPlanarToPacked(src, srcStep, dst)) return PrimStsNullPtrErr;
+  if (SizeBelow(width, height, 1, 1)) return PrimStsSizeErr;
+  convert(src, srcStep, dst, dstStep, width, height);
+  return PrimStsNoErr;
+}
+
+int YCbCr422ToBGR(PlanarToPackedPlaneFn* convert, const uint8_t* const src[3], const int srcStep[3], uint8_t* dst,
+                  int dstStep, int width, int height) {
+  if (AnyNullPlanarToPacked(src, srcStep, dst)) return PrimStsNullPtrErr;
+  if (SizeBelow(width, height, 2, 1)) return PrimStsSizeErr;
+  convert(src, srcStep, dst, dstStep, width, height);
+  return PrimStsNoErr;
+}
+
+int RGBToYUV420(RowPairTo420Fn* row, const uint8_t* src, int srcStep, uint8_t* const dst[3], const int dstStep[3],
+                int width, int height) {
+  if (AnyNullPackedToSubsampled(src, dst, dstStep)) return PrimStsNullPtrErr;
+  if (SizeBelow(width, height, 1, 1)) return PrimStsSizeErr;
+  ConvertTo420(row, src, srcStep, dst, dstStep, width, height);
+  return OddSizeStatus(width % 2 != 0 || height % 2 != 0);
+}
+
+int BGRToYCbCr420(RowPairTo420Fn* row, const uint8_t* src, int srcStep, uint8_t* const dst[3], const int dstStep[3],
+                  int width, int height) {
+  if (AnyNullPackedToSubsampled(src, dst, dstStep)) return PrimStsNullPtrErr;
+  if (SizeBelow(width, height, 2, 2)) return PrimStsSizeErr;
+  ConvertTo420(row, src, srcStep, dst, dstStep, width, height);
+  return OddSizeStatus(width % 2 != 0 || height % 2 != 0);
+}
+
+int BGRToYCbCr422(PackedToPlanesRowFn* row, const uint8_t* src, int srcStep, uint8_t* const dst[3],
+                  const int dstStep[3], int width, int height) {
+  if (AnyNullPackedToSubsampled(src, dst, dstStep)) return PrimStsNullPtrErr;
+  if (SizeBelow(width, height, 2, 1)) return PrimStsSizeErr;
+  ConvertTo422(row, src, srcStep, dst, dstStep, width, height);
+  return PrimStsNoErr;
+}
+
+int RGBToYCbCr420(RowPairTo420Fn* row, const uint8_t* src, int srcStep, uint8_t* const dst[3], const int dstStep[3],
+                  int width, int height) {
+  if (AnyNullPackedToSubsampled(src, dst, dstStep)) return PrimStsNullPtrErr;
+  if (SizeBelow(width, height, 1, 1)) return PrimStsSizeErr;
+  ConvertTo420(row, src, srcStep, dst, dstStep, width, height);
+  return OddSizeStatus(width % 2 != 0 || height % 2 != 0);
+}
+
+int RGBToYCbCr422(PackedToPlanesRowFn* row, const uint8_t* src, int srcStep, uint8_t* const dst[3],
+                  const int dstStep[3], int width, int height) {
+  if (AnyNullPackedToSubsampled(src, dst, dstStep)) return PrimStsNullPtrErr;
+  if (SizeBelow(width, height, 2, 1)) return PrimStsSizeErr;
+  ConvertTo422(row, src, srcStep, dst, dstStep, width, height);
+  return OddSizeStatus(width % 2 != 0);
+}
+
+int RGBToYUVPlanar(PackedToPlanesRowFn* row, const uint8_t* src, int srcStep, uint8_t* const dst[3], int dstStep,
+                   int width, int height) {
+  if (AnyNullPackedToPlanes(src, dst)) return PrimStsNullPtrErr;
+  if (SizeBelow(width, height, 1, 1)) return PrimStsSizeErr;
+  ConvertToFullPlanes(row, src, srcStep, dst, dstStep, width, height);
+  return PrimStsNoErr;
+}
+
+}  // namespace prim_plane
 
 int PrimYCbCrToRGB(const uint8_t* src, int srcStep, uint8_t* dst, int dstStep, int width, int height) {
   return kYCbCrToRGB[g_primSlot](src, srcStep, dst, dstStep, width, height);

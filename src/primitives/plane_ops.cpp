@@ -6,18 +6,25 @@
 
 #include "primitives/dispatch.h"
 #include "primitives/plane_common.h"
+#include "primitives/plane_kernels.h"
 #include "primitives/prim_plane.h"
 
 namespace {
 
 using prim_plane::AnyNull;
-using prim_plane::CopyRows;
 using prim_plane::RowOf;
 using prim_plane::SizeBelow;
 
-// Applies op(in, out, widthBytes) to each row of a source and a destination.
+// Rows that follow each other without a gap are one long row.
+bool IsDense(int step, int widthBytes, int height) {
+  return step == widthBytes && static_cast<int64_t>(widthBytes) * height <= INT32_MAX;
+}
+
+// Applies op(in, out, widthBytes) to each row of a source and a destination,
+// or once when both are dense.
 template <typename RowOp>
 void ForEachRow(const uint8_t* src, int srcStep, uint8_t* dst, int dstStep, int widthBytes, int height, RowOp op) {
+  if (srcStep == dstStep && IsDense(srcStep, widthBytes, height)) return op(src, dst, widthBytes * height);
   for (int row = 0; row < height; ++row) op(RowOf(src, srcStep, row), RowOf(dst, dstStep, row), widthBytes);
 }
 
@@ -28,20 +35,6 @@ uint8_t ScaleBy255(int a, int b) {
 }
 
 // --- Copy and fill ---
-
-int copy_plane_c(const uint8_t* src, int srcStep, uint8_t* dst, int dstStep, int width, int height) {
-  if (AnyNull({src, dst})) return PrimStsNullPtrErr;
-  if (SizeBelow(width, height, 1, 1)) return PrimStsSizeErr;
-  CopyRows(src, srcStep, dst, dstStep, width, height);
-  return PrimStsNoErr;
-}
-
-int set_plane_c(uint8_t value, uint8_t* dst, int dstStep, int width, int height) {
-  if (AnyNull({dst})) return PrimStsNullPtrErr;
-  if (SizeBelow(width, height, 1, 1)) return PrimStsSizeErr;
-  for (int row = 0; row < height; ++row) std::memset(RowOf(dst, dstStep, row), value, static_cast<size_t>(width));
-  return PrimStsNoErr;
-}
 
 int set_rgb_c(const uint8_t value[3], uint8_t* dst, int dstStep, int width, int height) {
   if (AnyNull({value, dst})) return PrimStsNullPtrErr;
@@ -55,18 +48,8 @@ int set_rgb_c(const uint8_t value[3], uint8_t* dst, int dstStep, int width, int 
 
 // --- Arithmetic ---
 
-int abs_diff_c(const uint8_t* src1, int src1Step, const uint8_t* src2, int src2Step, uint8_t* dst, int dstStep,
-               int width, int height) {
-  if (AnyNull({src1, src2, dst})) return PrimStsNullPtrErr;
-  if (SizeBelow(width, height, 1, 1)) return PrimStsSizeErr;
-  if (std::min({src1Step, src2Step, dstStep}) < width) return PrimStsStepErr;
-  for (int row = 0; row < height; ++row) {
-    const uint8_t* a = RowOf(src1, src1Step, row);
-    const uint8_t* b = RowOf(src2, src2Step, row);
-    uint8_t* out = RowOf(dst, dstStep, row);
-    for (int x = 0; x < width; ++x) out[x] = static_cast<uint8_t>(std::max(a[x], b[x]) - std::min(a[x], b[x]));
-  }
-  return PrimStsNoErr;
+void AbsDiffRow(const uint8_t* a, const uint8_t* b, uint8_t* out, int width) {
+  for (int x = 0; x < width; ++x) out[x] = static_cast<uint8_t>(std::max(a[x], b[x]) - std::min(a[x], b[x]));
 }
 
 // A sum of two bytes scaled by 2^-scale: saturated at scale 0, rounded half
@@ -79,83 +62,82 @@ uint8_t ScaledSum(int sum, int scale) {
   return static_cast<uint8_t>((sum + (1 << (scale - 1)) - 1 + ((sum >> scale) & 1)) >> scale);
 }
 
-int add_scaled_c(const uint8_t* src1, int src1Step, const uint8_t* src2, int src2Step, uint8_t* dst, int dstStep,
-                 int width, int height, int scale) {
-  if (AnyNull({src1, src2, dst})) return PrimStsNullPtrErr;
-  if (SizeBelow(width, height, 1, 1)) return PrimStsSizeErr;
-  for (int row = 0; row < height; ++row) {
-    const uint8_t* a = RowOf(src1, src1Step, row);
-    const uint8_t* b = RowOf(src2, src2Step, row);
-    uint8_t* out = RowOf(dst, dstStep, row);
-    for (int x = 0; x < width; ++x) out[x] = ScaledSum(a[x] + b[x], scale);
-  }
-  return PrimStsNoErr;
+void AddScaledRow(const uint8_t* a, const uint8_t* b, uint8_t* out, int width, int scale) {
+  for (int x = 0; x < width; ++x) out[x] = ScaledSum(a[x] + b[x], scale);
 }
 
-int mul_scale_rgb_c(const uint8_t* src, int srcStep, uint8_t value, uint8_t* dst, int dstStep, int width, int height) {
-  if (AnyNull({src, dst})) return PrimStsNullPtrErr;
-  if (SizeBelow(width, height, 1, 1)) return PrimStsSizeErr;
-  ForEachRow(src, srcStep, dst, dstStep, 3 * width, height, [value](const uint8_t* in, uint8_t* out, int n) {
-    for (int x = 0; x < n; ++x) out[x] = ScaleBy255(in[x], value);
-  });
-  return PrimStsNoErr;
+void MulScaleRow(const uint8_t* in, uint8_t* out, int bytes, uint8_t value) {
+  for (int x = 0; x < bytes; ++x) out[x] = ScaleBy255(in[x], value);
 }
 
 // --- Thresholds and comparison ---
 
-int threshold_low_c(uint8_t* srcDst, int step, int width, int height, uint8_t value) {
-  if (AnyNull({srcDst})) return PrimStsNullPtrErr;
-  if (SizeBelow(width, height, 1, 1)) return PrimStsSizeErr;
-  for (int row = 0; row < height; ++row) {
-    uint8_t* p = RowOf(srcDst, step, row);
-    for (int x = 0; x < width; ++x) p[x] = std::max(p[x], value);
-  }
-  return PrimStsNoErr;
+void ThresholdLowRow(uint8_t* p, int width, uint8_t value) {
+  for (int x = 0; x < width; ++x) p[x] = std::max(p[x], value);
 }
 
-int threshold_high_c(uint8_t* srcDst, int step, int width, int height, uint8_t value) {
-  if (AnyNull({srcDst})) return PrimStsNullPtrErr;
-  if (SizeBelow(width, height, 1, 1)) return PrimStsSizeErr;
-  for (int row = 0; row < height; ++row) {
-    uint8_t* p = RowOf(srcDst, step, row);
-    for (int x = 0; x < width; ++x) p[x] = std::min(p[x], value);
-  }
-  return PrimStsNoErr;
+void ThresholdHighRow(uint8_t* p, int width, uint8_t value) {
+  for (int x = 0; x < width; ++x) p[x] = std::min(p[x], value);
 }
 
 template <typename Holds>
-void CompareRows(const uint8_t* src, int srcStep, uint8_t* dst, int dstStep, int width, int height, Holds holds) {
-  ForEachRow(src, srcStep, dst, dstStep, width, height, [holds](const uint8_t* in, uint8_t* out, int n) {
-    for (int x = 0; x < n; ++x) out[x] = holds(in[x]) ? 255 : 0;
-  });
+void CompareBytes(const uint8_t* in, uint8_t* out, int width, Holds holds) {
+  for (int x = 0; x < width; ++x) out[x] = holds(in[x]) ? 255 : 0;
+}
+
+void CompareRow(const uint8_t* in, uint8_t* out, int width, uint8_t value, int op) {
+  switch (op) {
+    case PrimCmpLess:
+      CompareBytes(in, out, width, [value](uint8_t b) { return b < value; });
+      break;
+    case PrimCmpLessEq:
+      CompareBytes(in, out, width, [value](uint8_t b) { return b <= value; });
+      break;
+    case PrimCmpEq:
+      CompareBytes(in, out, width, [value](uint8_t b) { return b == value; });
+      break;
+    case PrimCmpGreaterEq:
+      CompareBytes(in, out, width, [value](uint8_t b) { return b >= value; });
+      break;
+    default:
+      CompareBytes(in, out, width, [value](uint8_t b) { return b > value; });
+      break;
+  }
+}
+
+int copy_plane_c(const uint8_t* src, int srcStep, uint8_t* dst, int dstStep, int width, int height) {
+  return prim_plane::CopyPlane(prim_plane::CopyRow, src, srcStep, dst, dstStep, width, height);
+}
+
+int set_plane_c(uint8_t value, uint8_t* dst, int dstStep, int width, int height) {
+  return prim_plane::SetPlane(prim_plane::SetRow, value, dst, dstStep, width, height);
+}
+
+int abs_diff_c(const uint8_t* src1, int src1Step, const uint8_t* src2, int src2Step, uint8_t* dst, int dstStep,
+               int width, int height) {
+  return prim_plane::AbsDiff(AbsDiffRow, src1, src1Step, src2, src2Step, dst, dstStep, width, height);
+}
+
+int add_scaled_c(const uint8_t* src1, int src1Step, const uint8_t* src2, int src2Step, uint8_t* dst, int dstStep,
+                 int width, int height, int scale) {
+  return prim_plane::AddScaled(AddScaledRow, src1, src1Step, src2, src2Step, dst, dstStep, width, height, scale);
+}
+
+int mul_scale_rgb_c(const uint8_t* src, int srcStep, uint8_t value, uint8_t* dst, int dstStep, int width, int height) {
+  return prim_plane::MulScaleRGB(MulScaleRow, src, srcStep, value, dst, dstStep, width, height);
+}
+
+int threshold_low_c(uint8_t* srcDst, int step, int width, int height, uint8_t value) {
+  return prim_plane::Threshold(ThresholdLowRow, srcDst, step, width, height, value);
+}
+
+int threshold_high_c(uint8_t* srcDst, int step, int width, int height, uint8_t value) {
+  return prim_plane::Threshold(ThresholdHighRow, srcDst, step, width, height, value);
 }
 
 int compare_const_c(const uint8_t* src, int srcStep, uint8_t value, uint8_t* dst, int dstStep, int width, int height,
                     int op) {
-  if (AnyNull({src, dst})) return PrimStsNullPtrErr;
-  if (SizeBelow(width, height, 1, 1)) return PrimStsSizeErr;
-  if (srcStep < 1 || dstStep < 1) return PrimStsStepErr;
-  const auto compare = [&](auto holds) { CompareRows(src, srcStep, dst, dstStep, width, height, holds); };
-  switch (op) {
-    case PrimCmpLess:
-      compare([value](uint8_t b) { return b < value; });
-      break;
-    case PrimCmpLessEq:
-      compare([value](uint8_t b) { return b <= value; });
-      break;
-    case PrimCmpEq:
-      compare([value](uint8_t b) { return b == value; });
-      break;
-    case PrimCmpGreaterEq:
-      compare([value](uint8_t b) { return b >= value; });
-      break;
-    case PrimCmpGreater:
-      compare([value](uint8_t b) { return b > value; });
-      break;
-    default:
-      break;
-  }
-  return PrimStsNoErr;
+  return prim_plane::CompareConst(CompareRow, src, srcStep, value, dst, dstStep, width, height, op);
 }
 
 // --- Alpha composition ---
@@ -280,35 +262,28 @@ int mirror_plane_c(uint8_t* srcDst, int step, int width, int height, int axis) {
 
 // --- Signatures and tables ---
 
-using CopyPlaneFn = int(const uint8_t*, int, uint8_t*, int, int, int);
-using SetPlaneFn = int(uint8_t, uint8_t*, int, int, int);
 using SetRGBFn = int(const uint8_t[3], uint8_t*, int, int, int);
-using AbsDiffFn = int(const uint8_t*, int, const uint8_t*, int, uint8_t*, int, int, int);
-using AddScaledFn = int(const uint8_t*, int, const uint8_t*, int, uint8_t*, int, int, int, int);
-using MulScaleRGBFn = int(const uint8_t*, int, uint8_t, uint8_t*, int, int, int);
-using ThresholdFn = int(uint8_t*, int, int, int, uint8_t);
-using CompareConstFn = int(const uint8_t*, int, uint8_t, uint8_t*, int, int, int, int);
 using AlphaCompRGBFn = int(const uint8_t*, int, uint8_t, const uint8_t*, int, uint8_t, uint8_t*, int, int, int, int);
 using MirrorCopyFn = int(const uint8_t*, int, uint8_t*, int, int, int, int);
 using MirrorInPlaceFn = int(uint8_t*, int, int, int, int);
 
-constexpr CopyPlaneFn* kCopyPlane[kPrimSlotCount] = {copy_plane_c, copy_plane_c, copy_plane_c,
-                                                     copy_plane_c, copy_plane_c, copy_plane_c};
+constexpr CopyPlaneFn* kCopyPlane[kPrimSlotCount] = {copy_plane_c, copy_plane_c,     copy_plane_c,
+                                                     copy_plane_c, copy_plane_sse41, copy_plane_avx};
 constexpr SetPlaneFn* kSetPlane[kPrimSlotCount] = {set_plane_c, set_plane_c, set_plane_c,
                                                    set_plane_c, set_plane_c, set_plane_c};
 constexpr SetRGBFn* kSetRGB[kPrimSlotCount] = {set_rgb_c, set_rgb_c, set_rgb_c, set_rgb_c, set_rgb_c, set_rgb_c};
-constexpr AbsDiffFn* kAbsDiff[kPrimSlotCount] = {abs_diff_c, abs_diff_c, abs_diff_c,
-                                                 abs_diff_c, abs_diff_c, abs_diff_c};
-constexpr AddScaledFn* kAddScaled[kPrimSlotCount] = {add_scaled_c, add_scaled_c, add_scaled_c,
-                                                     add_scaled_c, add_scaled_c, add_scaled_c};
-constexpr MulScaleRGBFn* kMulScaleRGB[kPrimSlotCount] = {mul_scale_rgb_c, mul_scale_rgb_c, mul_scale_rgb_c,
-                                                         mul_scale_rgb_c, mul_scale_rgb_c, mul_scale_rgb_c};
-constexpr ThresholdFn* kThresholdLow[kPrimSlotCount] = {threshold_low_c, threshold_low_c, threshold_low_c,
-                                                        threshold_low_c, threshold_low_c, threshold_low_c};
-constexpr ThresholdFn* kThresholdHigh[kPrimSlotCount] = {threshold_high_c, threshold_high_c, threshold_high_c,
-                                                         threshold_high_c, threshold_high_c, threshold_high_c};
-constexpr CompareConstFn* kCompareConst[kPrimSlotCount] = {compare_const_c, compare_const_c, compare_const_c,
-                                                           compare_const_c, compare_const_c, compare_const_c};
+constexpr AbsDiffFn* kAbsDiff[kPrimSlotCount] = {abs_diff_c, abs_diff_c,     abs_diff_c,
+                                                 abs_diff_c, abs_diff_sse41, abs_diff_avx};
+constexpr AddScaledFn* kAddScaled[kPrimSlotCount] = {add_scaled_c, add_scaled_c,     add_scaled_c,
+                                                     add_scaled_c, add_scaled_sse41, add_scaled_avx};
+constexpr MulScaleRGBFn* kMulScaleRGB[kPrimSlotCount] = {mul_scale_rgb_c, mul_scale_rgb_c,     mul_scale_rgb_c,
+                                                         mul_scale_rgb_c, mul_scale_rgb_sse41, mul_scale_rgb_avx};
+constexpr ThresholdFn* kThresholdLow[kPrimSlotCount] = {threshold_low_c, threshold_low_c,     threshold_low_c,
+                                                        threshold_low_c, threshold_low_sse41, threshold_low_avx};
+constexpr ThresholdFn* kThresholdHigh[kPrimSlotCount] = {threshold_high_c, threshold_high_c,     threshold_high_c,
+                                                         threshold_high_c, threshold_high_sse41, threshold_high_avx};
+constexpr CompareConstFn* kCompareConst[kPrimSlotCount] = {compare_const_c, compare_const_c,     compare_const_c,
+                                                           compare_const_c, compare_const_sse41, compare_const_avx};
 constexpr AlphaCompRGBFn* kAlphaCompRGB[kPrimSlotCount] = {alpha_comp_rgb_c, alpha_comp_rgb_c, alpha_comp_rgb_c,
                                                            alpha_comp_rgb_c, alpha_comp_rgb_c, alpha_comp_rgb_c};
 constexpr MirrorCopyFn* kMirrorCopyRGB[kPrimSlotCount] = {mirror_copy_rgb_c, mirror_copy_rgb_c, mirror_copy_rgb_c,
@@ -319,6 +294,81 @@ constexpr MirrorInPlaceFn* kMirrorPlane[kPrimSlotCount] = {mirror_plane_c, mirro
                                                            mirror_plane_c, mirror_plane_c, mirror_plane_c};
 
 }  // namespace
+
+// --- The primitives over their row kernels ---
+
+namespace prim_plane {
+
+// memmove, so that a destination that is the source itself stays legal.
+void CopyRow(const uint8_t* src, uint8_t* dst, int bytes) { std::memmove(dst, src, static_cast<size_t>(bytes)); }
+
+void SetRow(uint8_t value, uint8_t* dst, int bytes) { std::memset(dst, value, static_cast<size_t>(bytes)); }
+
+int CopyPlane(CopyRowFn* row, const uint8_t* src, int srcStep, uint8_t* dst, int dstStep, int width, int height) {
+  if (AnyNull({src, dst})) return PrimStsNullPtrErr;
+  if (SizeBelow(width, height, 1, 1)) return PrimStsSizeErr;
+  ForEachRow(src, srcStep, dst, dstStep, width, height, row);
+  return PrimStsNoErr;
+}
+
+int SetPlane(SetRowFn* row, uint8_t value, uint8_t* dst, int dstStep, int width, int height) {
+  if (AnyNull({dst})) return PrimStsNullPtrErr;
+  if (SizeBelow(width, height, 1, 1)) return PrimStsSizeErr;
+  if (IsDense(dstStep, width, height)) return row(value, dst, width * height), PrimStsNoErr;
+  for (int y = 0; y < height; ++y) row(value, RowOf(dst, dstStep, y), width);
+  return PrimStsNoErr;
+}
+
+int AbsDiff(AbsDiffRowFn* row, const uint8_t* src1, int src1Step, const uint8_t* src2, int src2Step, uint8_t* dst,
+            int dstStep, int width, int height) {
+  if (AnyNull({src1, src2, dst})) return PrimStsNullPtrErr;
+  if (SizeBelow(width, height, 1, 1)) return PrimStsSizeErr;
+  if (std::min({src1Step, src2Step, dstStep}) < width) return PrimStsStepErr;
+  for (int y = 0; y < height; ++y) {
+    row(RowOf(src1, src1Step, y), RowOf(src2, src2Step, y), RowOf(dst, dstStep, y), width);
+  }
+  return PrimStsNoErr;
+}
+
+int AddScaled(AddScaledRowFn* row, const uint8_t* src1, int src1Step, const uint8_t* src2, int src2Step, uint8_t* dst,
+              int dstStep, int width, int height, int scale) {
+  if (AnyNull({src1, src2, dst})) return PrimStsNullPtrErr;
+  if (SizeBelow(width, height, 1, 1)) return PrimStsSizeErr;
+  for (int y = 0; y < height; ++y) {
+    row(RowOf(src1, src1Step, y), RowOf(src2, src2Step, y), RowOf(dst, dstStep, y), width, scale);
+  }
+  return PrimStsNoErr;
+}
+
+int MulScaleRGB(MulScaleRowFn* row, const uint8_t* src, int srcStep, uint8_t value, uint8_t* dst, int dstStep,
+                int width, int height) {
+  if (AnyNull({src, dst})) return PrimStsNullPtrErr;
+  if (SizeBelow(width, height, 1, 1)) return PrimStsSizeErr;
+  ForEachRow(src, srcStep, dst, dstStep, 3 * width, height,
+             [row, value](const uint8_t* in, uint8_t* out, int n) { row(in, out, n, value); });
+  return PrimStsNoErr;
+}
+
+int Threshold(ThresholdRowFn* row, uint8_t* srcDst, int step, int width, int height, uint8_t value) {
+  if (AnyNull({srcDst})) return PrimStsNullPtrErr;
+  if (SizeBelow(width, height, 1, 1)) return PrimStsSizeErr;
+  if (IsDense(step, width, height)) return row(srcDst, width * height, value), PrimStsNoErr;
+  for (int y = 0; y < height; ++y) row(RowOf(srcDst, step, y), width, value);
+  return PrimStsNoErr;
+}
+
+int CompareConst(CompareRowFn* row, const uint8_t* src, int srcStep, uint8_t value, uint8_t* dst, int dstStep,
+                 int width, int height, int op) {
+  if (AnyNull({src, dst})) return PrimStsNullPtrErr;
+  if (SizeBelow(width, height, 1, 1)) return PrimStsSizeErr;
+  if (srcStep < 1 || dstStep < 1) return PrimStsStepErr;
+  if (op < PrimCmpLess || op > PrimCmpGreater) return PrimStsNoErr;
+  ForEachRow(src, srcStep, dst, dstStep, width, height,
+             [row, value, op](const uint8_t* in, uint8_t* out, int n) { row(in, out, n, value, op); });
+  return PrimStsNoErr;
+}
+
+}  // namespace prim_plane
 
 int PrimCopyPlane(const uint8_t* src, int srcStep, uint8_t* dst, int dstStep, int width, int height) {
   return kCopyPlane[g_primSlot](src, srcStep, dst, dstStep, width, height);
