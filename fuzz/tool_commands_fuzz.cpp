@@ -1,8 +1,8 @@
 // The tool's commands that read a file, run in this process on arbitrary
 // input as `corvane` runs them: each ends in a result or in one ToolError,
 // and leaves no output behind when it fails. A YUV4MPEG2 signature picks the
-// video commands, anything else the audio ones; the input's size picks the
-// variant.
+// video commands, a RIFF one the sound file commands, anything else those of
+// compressed streams and 302M units; the input's size picks the variant.
 #include <glob.h>
 #include <unistd.h>
 
@@ -36,8 +36,15 @@ const std::vector<Words> kVideoCommands = {
     {"dump", "{in}", "{out}", "--numbered"},
 };
 
-const std::vector<Words> kAudioCommands = {
+const std::vector<Words> kStreamCommands = {
     {"probe", "--frames", "--json", "{in}"},
+    {"s302m", "decode", "{in}", "{out}"},
+};
+
+const std::vector<Words> kSoundFileCommands = {
+    {"limit", "{in}", "{out}", "--ceiling", "0", "--threshold", "0", "--attack", "0"},
+    {"resample", "{in}", "{out}", "--rate", "32000"},
+    {"s302m", "encode", "{in}", "{out}"},
 };
 
 // The files a command made from the output name: the name itself, or more
@@ -64,7 +71,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static const std::string out = "/tmp/corvane-fuzz-" + std::to_string(getpid()) + ".out";
   if (quiet == nullptr) std::abort();
   const bool video = size >= 9 && std::memcmp(data, "YUV4MPEG2", 9) == 0;
-  const std::vector<Words>& commands = video ? kVideoCommands : kAudioCommands;
+  const bool soundFile = size >= 4 && std::memcmp(data, "RIFF", 4) == 0;
+  const std::vector<Words>& commands = video ? kVideoCommands : soundFile ? kSoundFileCommands : kStreamCommands;
   const Words words = Expand(commands[size % commands.size()], input.Write(data, size), out);
 
   const corvane::tool::Command* command = corvane::tool::FindCommand(words.front());
