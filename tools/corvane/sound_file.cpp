@@ -30,6 +30,19 @@ size_t SoundFileReader::Read(std::vector<int32_t>& samples, size_t frames) {
   return static_cast<size_t>(read);
 }
 
+size_t SoundFileReader::Read(std::vector<std::vector<double>>& channels, size_t frames) {
+  const size_t count = static_cast<size_t>(info_.channels);
+  interleaved_.resize(frames * count);
+  const sf_count_t read = sf_readf_double(file_, interleaved_.data(), static_cast<sf_count_t>(frames));
+  if (read < 0 || sf_error(file_) != SF_ERR_NO_ERROR) throw ToolError(path_ + ": " + sf_strerror(file_));
+  channels.resize(count);
+  for (size_t c = 0; c < count; ++c) {
+    channels[c].resize(static_cast<size_t>(read));
+    for (size_t i = 0; i < channels[c].size(); ++i) channels[c][i] = interleaved_[i * count + c];
+  }
+  return static_cast<size_t>(read);
+}
+
 SoundFileWriter::SoundFileWriter(OutputFile& output, int rate, int channels, int format) : output_(output) {
   SF_INFO info{};
   info.samplerate = rate;

@@ -32,11 +32,15 @@ class SoundFileReader {
   size_t Read(std::vector<int16_t>& samples, size_t frames);
   // The same at 32-bit full scale (a 16-bit sample s reads as s << 16).
   size_t Read(std::vector<int32_t>& samples, size_t frames);
+  // Up to `frames` frames as one vector of doubles per channel, full scale at
+  // 1.0, each resized to the frames read. Returns the frames read, 0 at the end.
+  size_t Read(std::vector<std::vector<double>>& channels, size_t frames);
 
  private:
   std::string path_;
   SF_INFO info_{};
   SNDFILE* file_ = nullptr;
+  std::vector<double> interleaved_;
 };
 
 class SoundFileWriter {

@@ -1,0 +1,219 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "measurement/audio_peak_level.h"
+#include "measurement/audio_peak_level_impl.h"
+#include "signals.h"
+
+namespace {
+
+using namespace measurement_test;
+using NS_AudioMeasurement::AUDIO_MEAUREMENT_TYPE;
+using NS_AudioMeasurement::CAudioPeakLevel;
+using NS_AudioMeasurement::CAudioPeakLevelImpl;
+using NS_AudioMeasurement::MEASUREMENT_PPM_IIA;
+using NS_AudioMeasurement::MEASUREMENT_SIMPLE;
+using NS_AudioMeasurement::MEASUREMENT_VU;
+
+constexpr AUDIO_MEAUREMENT_TYPE kBlockMeters[] = {MEASUREMENT_PPM_IIA, MEASUREMENT_VU, MEASUREMENT_SIMPLE,
+                                                  NS_AudioMeasurement::MEASUREMENT_CHROMATEC};
+
+std::vector<short> History(CAudioPeakLevel& meter, int milliseconds = 100) {
+  std::vector<short> points;
+  meter.GetLevelHistory(milliseconds, points);
+  return points;
+}
+
+// A history entry from a level worked out by hand: tenths, truncated toward zero.
+short Entry(double db) { return static_cast<short>(std::trunc(db * 10.0)); }
+
+TEST(PeakLevelTest, NamesTypesAndUnfedReadings) {
+  const std::pair<AUDIO_MEAUREMENT_TYPE, const char*> names[] = {
+      {MEASUREMENT_PPM_IIA, "PPMIIa"}, {MEASUREMENT_VU, "VU"}, {MEASUREMENT_SIMPLE, "Simple"}};
+  for (const auto& [type, name] : names) {
+    CAudioPeakLevel meter(2, 48000, type);
+    EXPECT_EQ(meter.GetMeterName(), name);
+    EXPECT_EQ(meter.GetMeasurementType(), type);
+    std::vector<short> points(4, 7);
+    meter.GetLevelHistory(100, points);
+    EXPECT_TRUE(points.empty()) << name;
+  }
+  // Every reading starts from the 1e-06 (-120 dB) floor of `held`; tolerance: one logarithm's rounding.
+  CAudioPeakLevel simple(2, 48000, MEASUREMENT_SIMPLE);
+  CAudioPeakLevel vu(2, 48000, MEASUREMENT_VU);
+  CAudioPeakLevel ppm(2, 48000, MEASUREMENT_PPM_IIA);
+  EXPECT_NEAR(simple.GetPeakReading(), -120.0, 1e-12);
+  EXPECT_NEAR(vu.GetPeakReading(), -116.1, 1e-12);
+  EXPECT_NEAR(ppm.GetPeakReading(), -21.5, 1e-12);
+  EXPECT_EQ(ppm.ConvertReadingToDB(8.5), 0.0);
+  EXPECT_EQ(ppm.ConvertReadingToDB(4.0), -18.0);
+  EXPECT_EQ(vu.ConvertReadingToDB(-7.25), -7.25);
+}
+
+TEST(PeakLevelTest, OneEntryPer100MillisecondsAndSilenceFloors) {
+  const std::pair<AUDIO_MEAUREMENT_TYPE, short> floors[] = {
+      {MEASUREMENT_PPM_IIA, -963}, {MEASUREMENT_VU, -924}, {MEASUREMENT_SIMPLE, -963}};
+  for (const auto& [type, floor] : floors) {
+    CAudioPeakLevel meter(2, 48000, type);
+    meter.AddSamples(Copies(std::vector<double>(4799, 0.0), 2));
+    EXPECT_TRUE(History(meter).empty());
+    meter.AddSamples(Copies(std::vector<double>(1, 0.0), 2));
+    EXPECT_EQ(History(meter), std::vector<short>{floor});
+    meter.AddSamples(Copies(std::vector<double>(4800 * 3 + 17, 0.0), 2));
+    EXPECT_EQ(History(meter).size(), 4u);
+  }
+  // 44.1 kHz blocks are 4,410 samples.
+  CAudioPeakLevel meter(1, 44100, MEASUREMENT_SIMPLE);
+  meter.AddSamples(Block{std::vector<double>(4410 * 2 - 1, 0.0)});
+  EXPECT_EQ(History(meter).size(), 1u);
+}
+
+TEST(PeakLevelTest, HistoryEntriesTruncateTowardZeroAndKeepSixteenBits) {
+  EXPECT_EQ(CAudioPeakLevelImpl::HistoryEntry(-12.34), -123);
+  EXPECT_EQ(CAudioPeakLevelImpl::HistoryEntry(-0.09), 0);
+  EXPECT_EQ(CAudioPeakLevelImpl::HistoryEntry(6.02), 60);
+  EXPECT_EQ(CAudioPeakLevelImpl::HistoryEntry(-119.99), -1199);
+  EXPECT_EQ(CAudioPeakLevelImpl::HistoryEntry(3300.0), 33000 - 65536);
+  // No level, or one below the history's floor, stores the floor.
+  EXPECT_EQ(CAudioPeakLevelImpl::HistoryEntry(-INFINITY), -1200);
+  EXPECT_EQ(CAudioPeakLevelImpl::HistoryEntry(NAN), -1200);
+  EXPECT_EQ(CAudioPeakLevelImpl::HistoryEntry(-150.0), -1200);
+}
+
+TEST(PeakLevelTest, SimpleMeterTakesTheLouderChannel) {
+  CAudioPeakLevel meter(2, 48000, MEASUREMENT_SIMPLE);
+  const double quiet = DbToAmplitude(-30.05);
+  const double loud = DbToAmplitude(-12.34);
+  Block block{std::vector<double>(4800, quiet), std::vector<double>(4800, 0.0)};
+  block[1][1234] = -loud;
+  meter.AddSamples(block);
+  std::swap(block[0], block[1]);
+  meter.AddSamples(block);
+  EXPECT_EQ(History(meter), (std::vector<short>{-123, -123}));
+  EXPECT_NEAR(meter.GetPeakReading(), -12.34, 1e-9);  // a logarithm and a power apart
+}
+
+// The envelope rises by `attack` of the distance per sample and falls by
+// 10 dB a second: after a full-scale step it settles where the rise balances
+// the fall, e = attack / (1 - (1 - attack) / decayDivisor).
+TEST(PeakLevelTest, PpmAttackSettlingAndDecay) {
+  const double attack = 4.2 * (1.0 - std::exp(-1.0 / 480.0));
+  const double decay = std::pow(10.0, (10.0 / 48000.0) / 20.0);
+  EXPECT_NEAR(attack, 0.0087409, 5e-8);  // the figure is given to seven places
+
+  CAudioPeakLevel first(1, 48000, MEASUREMENT_PPM_IIA);
+  std::vector<double> click(4800, 0.0);
+  click[0] = 1.0;
+  first.AddSamples(Block{click});
+  EXPECT_EQ(History(first), std::vector<short>{Entry(20.0 * std::log10(attack))});
+
+  CAudioPeakLevel meter(1, 48000, MEASUREMENT_PPM_IIA);
+  meter.AddSamples(Block{Concat({std::vector<double>(48000, 1.0), std::vector<double>(48000, 0.0)})});
+  const double settled = 20.0 * std::log10(attack / (1.0 - (1.0 - attack) / decay));
+  // After 48,000 steps the distance to the fixed point is far below double precision.
+  EXPECT_NEAR(meter.ConvertReadingToDB(meter.GetPeakReading()), settled, 1e-9);
+  const std::vector<short> history = History(meter);
+  ASSERT_EQ(history.size(), 20u);
+  // Silent block k reads the envelope of its first sample: 4,800·k + 1 steps of decay.
+  for (int k = 0; k < 10; ++k) {
+    EXPECT_EQ(history[10 + k], Entry(settled - 10.0 * (4800.0 * k + 1.0) / 48000.0)) << k;
+  }
+}
+
+TEST(PeakLevelTest, VuBoxcarFillsAndEmptiesOver300Milliseconds) {
+  CAudioPeakLevel meter(1, 48000, MEASUREMENT_VU);
+  meter.AddSamples(Block{Concat({std::vector<double>(48000, -1.0), std::vector<double>(48000, 0.0)})});
+  const std::vector<short> history = History(meter);
+  ASSERT_EQ(history.size(), 20u);
+  // j closed sub-blocks of 480 samples of |x| = 1 make a mean of j/30.
+  EXPECT_EQ(history[0], Entry(20.0 * std::log10(10.0 / 30.0) + 3.9));
+  EXPECT_EQ(history[1], Entry(20.0 * std::log10(20.0 / 30.0) + 3.9));
+  EXPECT_EQ(history[2], Entry(3.9));
+  EXPECT_EQ(history[9], Entry(3.9));
+  // After the input stops, each block's highest mean is at its first close.
+  EXPECT_EQ(history[10], Entry(20.0 * std::log10(29.0 / 30.0) + 3.9));
+  EXPECT_EQ(history[11], Entry(20.0 * std::log10(19.0 / 30.0) + 3.9));
+  EXPECT_EQ(history[12], Entry(20.0 * std::log10(9.0 / 30.0) + 3.9));
+  EXPECT_EQ(history[13], -924);
+  EXPECT_NEAR(meter.GetPeakReading(), 3.9, 1e-12);  // one logarithm's rounding
+}
+
+TEST(PeakLevelTest, VuDividesByTheWindowEvenWhereSubBlocksFallShort) {
+  // At 22,050 Hz: sub-blocks of 220, a window of 6,615, 30 sub-blocks = 6,600 samples.
+  CAudioPeakLevel meter(1, 22050, MEASUREMENT_VU);
+  meter.AddSamples(Block{std::vector<double>(22050, 0.5)});
+  EXPECT_NEAR(meter.GetPeakReading(), 20.0 * std::log10(0.5 * 6600.0 / 6615.0) + 3.9, 1e-12);
+}
+
+TEST(PeakLevelTest, VuReadsASteadySineCloseToItsPeak) {
+  CAudioPeakLevel meter(2, 48000, MEASUREMENT_VU);
+  const double amplitude = 0.25;
+  meter.AddSamples(Copies(Sine(48000, amplitude, 1000.0), 2));
+  // A sub-block holds 10 whole periods of 48 samples, whose mean |sin| is cot(π/48)/24.
+  const double mean = amplitude * (1.0 / std::tan(M_PI / 48.0)) / 24.0;
+  EXPECT_NEAR(meter.GetPeakReading(), 20.0 * std::log10(mean) + 3.9, 1e-9);  // sums of 14,400 terms
+  EXPECT_NEAR(meter.GetPeakReading(), 20.0 * std::log10(amplitude), 0.05);
+}
+
+TEST(PeakLevelTest, LevelHistoryResampling) {
+  // Ten blocks whose levels give these entries.
+  const std::vector<short> entries = {-30, -10, -50, -20, -5, -45, -60, -35, -25, -15};
+  CAudioPeakLevel meter(1, 48000, MEASUREMENT_SIMPLE);
+  for (short entry : entries) meter.AddSamples(Block{std::vector<double>(4800, DbToAmplitude(entry / 10.0 - 0.05))});
+  EXPECT_EQ(History(meter, 100), entries);
+
+  std::vector<short> doubled;
+  for (short entry : entries) doubled.insert(doubled.end(), 2, entry);
+  EXPECT_EQ(History(meter, 50), doubled);
+  // Scale 2.5: entries 0-1, 2-3, 5-6, 7-8; entries 4 and 9 belong to no point.
+  EXPECT_EQ(History(meter, 250), (std::vector<short>{-10, -20, -45, -25}));
+  EXPECT_EQ(History(meter, 300), (std::vector<short>{-10, -5, -25}));
+  EXPECT_EQ(History(meter, 1000), std::vector<short>{-5});
+  EXPECT_TRUE(History(meter, 1100).empty());
+
+  std::vector<short> points(3, 1);
+  meter.GetLevelHistory(0, points);
+  EXPECT_TRUE(points.empty());
+  points.assign(3, 1);
+  meter.GetLevelHistory(-100, points);
+  EXPECT_TRUE(points.empty());
+}
+
+TEST(PeakLevelTest, RandomPiecesGiveTheSameHistoryAsOneBlock) {
+  const Block programme{PinkNoise(3 * 48000 + 77, 0.2, 5),
+                        Concat({Sine(48000, 0.7, 997.0), WhiteNoise(2 * 48000 + 77, 0.3, 6)})};
+  for (AUDIO_MEAUREMENT_TYPE type : kBlockMeters) {
+    CAudioPeakLevel whole(2, 48000, type);
+    CAudioPeakLevel pieces(2, 48000, type);
+    whole.AddSamples(programme);
+    FeedInRandomPieces(programme, 6000, 11, [&](const Block& piece) { pieces.AddSamples(piece); });
+    EXPECT_EQ(History(pieces), History(whole)) << type;
+    EXPECT_EQ(pieces.GetPeakReading(), whole.GetPeakReading()) << type;
+  }
+}
+
+TEST(PeakLevelTest, SelfTests) {
+  EXPECT_EQ(CAudioPeakLevel::TestPeakLevel(MEASUREMENT_SIMPLE), 0.0);
+  EXPECT_EQ(CAudioPeakLevel::TestPeakLevel(MEASUREMENT_VU), 0.0);
+  // The last pass holds the highest envelope of four bursts of a -10 dB tone,
+  // the longest of 100 ms: with the slowest attack of the sweep the envelope
+  // settles a little below the crests.
+  CAudioPeakLevel ppm(2, 48000, MEASUREMENT_PPM_IIA);
+  const double marks = ppm.SelfTest();
+  EXPECT_GT(ppm.ConvertReadingToDB(marks), -12.0);
+  EXPECT_LT(ppm.ConvertReadingToDB(marks), -10.0);
+  EXPECT_EQ(CAudioPeakLevel::TestPeakLevel(MEASUREMENT_PPM_IIA), marks);
+  // The meter keeps the sweep's last attack, 1.95 of its base instead of 4.2:
+  // a click now raises the envelope by that much less.
+  // Ten seconds of silence first let the sweep's envelope fall by 100 dB.
+  std::vector<double> clickAfterSilence(10 * 48000 + 4800, 0.0);
+  clickAfterSilence[10 * 48000] = 1.0;
+  ppm.AddSamples(Copies(clickAfterSilence, 2));
+  const double base = 1.0 - std::exp(-1.0 / 480.0);
+  const std::vector<short> history = History(ppm);
+  ASSERT_EQ(history.size(), 101u);
+  EXPECT_NEAR(history.back() / 10.0, 20.0 * std::log10(1.95 * base), 0.15);  // tenths, truncated
+}
+
+}  // namespace
