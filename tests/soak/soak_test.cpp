@@ -1,13 +1,16 @@
-// A long run of generated programme material through the limiter in frames
-// of random sizes: memory stays flat (allocator counters and resident size)
-// and the limiter gives back every sample it took. CORVANE_SOAK_SECONDS sets
-// the length (`make soak`: one hour); the suite runs a short one.
+// A long run of generated programme material through the limiter and every
+// meter in blocks of random sizes: memory stays flat (allocator counters and
+// resident size), the limiter gives back every sample it took, and the
+// meters' results equal those of the same audio fed in one block.
+// CORVANE_SOAK_SECONDS sets the length (`make soak`: one hour); the suite runs
+// a short one.
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <memory>
 #include <random>
 #include <string>
 #include <vector>
@@ -15,18 +18,29 @@
 #include <gtest/gtest.h>
 
 #include "audioproc/audio_limiter.h"
+#include "measurement/audio_bs1770.h"
+#include "measurement/audio_peak_level.h"
 #include "platform/buffer_alloc.h"
 #include "soak/programme_material.h"
 
 namespace corvane::test {
 namespace {
 
+using NS_AudioMeasurement::AUDIO_MEAUREMENT_TYPE;
+using NS_AudioMeasurement::CAudioBS1770;
+using NS_AudioMeasurement::CAudioPeakLevel;
 using Block = std::vector<std::vector<double>>;
 
 constexpr int kRate = 48000;
 constexpr uint32_t kMaterialSeed = 1770;
-constexpr double kDefaultSeconds = 60.0;
+constexpr double kDefaultSeconds = 10.0;
 constexpr size_t kLargestBlock = 16384;  // two of them fit the limiter's buffers
+
+const AUDIO_MEAUREMENT_TYPE kMeterTypes[] = {
+    NS_AudioMeasurement::MEASUREMENT_PPM_IIA,   NS_AudioMeasurement::MEASUREMENT_VU,
+    NS_AudioMeasurement::MEASUREMENT_TRUE_PEAK, NS_AudioMeasurement::MEASUREMENT_CHROMATEC,
+    NS_AudioMeasurement::MEASUREMENT_SIMPLE,
+};
 
 double SoakSeconds() {
   const char* text = std::getenv("CORVANE_SOAK_SECONDS");
@@ -94,10 +108,41 @@ struct LimiterOutput {
   }
 };
 
-TEST(SoakTest, LimiterStaysFlatAndGivesBackEverySample) {
+CAudioStreamParameters::CLKFSParameters LoudnessParameters() { return {400, 75, 0, -10.0, -70.0}; }
+
+struct Meters {
+  Meters() : loudness(2, kRate, LoudnessParameters()) {
+    for (AUDIO_MEAUREMENT_TYPE type : kMeterTypes) levels.push_back(std::make_unique<CAudioPeakLevel>(2, kRate, type));
+  }
+  void Add(const Block& block) {
+    loudness.AddSamples(block);
+    for (auto& level : levels) level->AddSamples(block);
+  }
+
+  CAudioBS1770 loudness;
+  std::vector<std::unique_ptr<CAudioPeakLevel>> levels;
+};
+
+void ExpectSameResults(Meters& streamed, Meters& whole) {
+  for (int mode = 0; mode <= 3; ++mode) {
+    EXPECT_EQ(streamed.loudness.GetLoudness(mode), whole.loudness.GetLoudness(mode)) << "loudness mode " << mode;
+  }
+  EXPECT_EQ(streamed.loudness.GetPeak(), whole.loudness.GetPeak());
+  for (size_t m = 0; m < streamed.levels.size(); ++m) {
+    const std::string name = streamed.levels[m]->GetMeterName();
+    EXPECT_EQ(streamed.levels[m]->GetPeakReading(), whole.levels[m]->GetPeakReading()) << name;
+    std::vector<short> streamedHistory, wholeHistory;
+    streamed.levels[m]->GetLevelHistory(1000, streamedHistory);
+    whole.levels[m]->GetLevelHistory(1000, wholeHistory);
+    EXPECT_EQ(streamedHistory, wholeHistory) << name;
+  }
+}
+
+TEST(SoakTest, LimiterAndMetersStayFlatAndAgreeWithOneBlock) {
   const uint64_t total = static_cast<uint64_t>(SoakSeconds() * kRate);
   ProgrammeMaterial material(kMaterialSeed, kRate);
   std::mt19937_64 random(kMaterialSeed);
+  Meters streamed;
   CQBXAudioLimiter limiter(-1.0, -6.0, kRate, 5, 200, CQBXAudioLimiter::HARD_CLIPPER_OFF);
   CAudioFrame frame;
   frame.audioType = AUDIO_FRAME_PCM;
@@ -110,6 +155,7 @@ TEST(SoakTest, LimiterStaysFlatAndGivesBackEverySample) {
   for (uint64_t fed = 0; fed < total;) {
     const size_t length = static_cast<size_t>(std::min<uint64_t>(RandomBlockLength(random), total - fed));
     const Block block = material.Next(length);
+    streamed.Add(block);
     FillPcmFrame(block, frame);
     largestFrameBytes = std::max<size_t>(largestFrameBytes, frame.payloadLength);
     limited.Take(limiter.ProcessAudioFrame(&frame));
@@ -122,8 +168,11 @@ TEST(SoakTest, LimiterStaysFlatAndGivesBackEverySample) {
   limited.Take(limiter.ProcessAudioFrame(nullptr));
   const MemoryState end;
 
-  // The limiter's buffers are sized once; 32 MB is left for the allocator's own pools.
-  const int64_t allowedKB = 32 * 1024;
+  // The meters keep a small history by design: a sub-block record a channel
+  // every 20 ms (loudness) and a level every 100 ms (each meter). Allowed on
+  // top: 64 bytes a record, and 32 MB for the allocator's own pools.
+  const double historyKB = static_cast<double>(total) / kRate * (50.0 * 2 * 64 + 10.0 * 2 * 5) / 1024.0;
+  const int64_t allowedKB = static_cast<int64_t>(historyKB) + 32 * 1024;
   EXPECT_EQ(end.bufferBlocks, warm.bufferBlocks);
   EXPECT_EQ(end.largeBlocks, warm.largeBlocks);
   EXPECT_LE(end.bufferBytes, warm.bufferBytes + static_cast<int64_t>(2 * largestFrameBytes));
@@ -137,6 +186,11 @@ TEST(SoakTest, LimiterStaysFlatAndGivesBackEverySample) {
   limiter.GetProcessingStatistics(0, limiterSamples, limiterPeakDB);
   EXPECT_EQ(limiterSamples, static_cast<int64_t>(total));
   EXPECT_EQ(limited.samples, total);
+
+  ProgrammeMaterial again(kMaterialSeed, kRate);
+  Meters whole;
+  whole.Add(again.Next(static_cast<size_t>(total)));
+  ExpectSameResults(streamed, whole);
 }
 
 }  // namespace
