@@ -1,7 +1,7 @@
 // The FFT filter's point list and response build on arbitrary points
 // (including infinities and NaNs), sampling rates and transform sizes, then a
 // little audio through the filter. The caller's promises are kept: at least
-// one point, a power-of-two size and a positive rate.
+// one usable point, a power-of-two size and a positive rate.
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -31,8 +31,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
   NS_AudioMeasurement::CFFTFilter filter;
   for (size_t i = 0; i < pointCount; ++i) {
-    // Small steps in whole hertz, or any bit pattern at all.
-    const bool raw = (input.Byte() & 1) != 0;
+    // Small steps in whole hertz, or any bit pattern at all; the first point is
+    // finite, so that one point exists whatever the rest are.
+    const bool raw = (input.Byte() & 1) != 0 && i > 0;
     const double frequency = raw ? Double(input) : input.Word() % 100000;
     const double gain = raw ? Double(input) : static_cast<int8_t>(input.Byte());
     filter.AddFilterPoint(frequency, gain);
