@@ -2,10 +2,14 @@
 BUILD      ?= build
 ASAN_BUILD ?= build-asan
 BENCH_BUILD ?= build-bench
+FUZZ_BUILD ?= build-fuzz
+FUZZ_SECONDS ?= 60
+FUZZ_TARGETS ?=
+SOAK_SECONDS ?= 3600
 JOBS       ?= $(shell nproc)
 CMAKE_FLAGS ?=
 
-.PHONY: all deps build run test test-asan bench clean
+.PHONY: all deps build run test test-asan bench fuzz memcheck soak clean
 
 all: build
 
@@ -33,5 +37,22 @@ bench: deps
 	@mkdir -p $(BUILD)
 	$(BENCH_BUILD)/bin/corvane_bench --tsv=$(BUILD)/bench-results.tsv
 
+# libFuzzer targets in their own Clang configuration, FUZZ_SECONDS each (all, or FUZZ_TARGETS).
+fuzz: deps
+	@cmake -S . -B $(FUZZ_BUILD) -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCORVANE_BUILD_TESTS=OFF -DCORVANE_BUILD_FUZZ=ON >/dev/null
+	@cmake --build $(FUZZ_BUILD) -j $(JOBS)
+	fuzz/run_fuzz.sh $(FUZZ_BUILD) $(FUZZ_SECONDS) $(FUZZ_TARGETS)
+
+# The whole suite under valgrind memcheck, the tool's processes included.
+memcheck: build
+	valgrind --quiet --error-exitcode=1 --leak-check=full --errors-for-leak-kinds=definite,indirect \
+	  --show-leak-kinds=definite,indirect --track-origins=yes --trace-children=yes \
+	  --trace-children-skip='*/ffmpeg,*/ffprobe,*/convert' \
+	  --suppressions=$(CURDIR)/tests/memcheck.supp $(BUILD)/bin/corvane_tests --gtest_brief=1
+
+# SOAK_SECONDS of programme material through the limiter and the meters (not run by CI).
+soak: build
+	CORVANE_SOAK_SECONDS=$(SOAK_SECONDS) $(BUILD)/bin/corvane_tests --gtest_filter='Soak*'
+
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD) $(BENCH_BUILD)
+	rm -rf $(BUILD) $(ASAN_BUILD) $(BENCH_BUILD) $(FUZZ_BUILD)

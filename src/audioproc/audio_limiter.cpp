@@ -77,7 +77,8 @@ CQBXAudioLimiter::CQBXAudioLimiter(double ceilingDB, double thresholdDB, int sam
                                    int releaseMs, HARD_CLIPPER /*clipper*/)
     : ratio(thresholdDB / (thresholdDB - ceilingDB)),
       thresholdLevel(CAudioSupport::ConvertDBToAudioLevel(thresholdDB) / kPcmScale),
-      gainExponent(1.0 - 1.0 / ratio),
+      // Equal levels make the ratio infinite, or 0/0 at 0 dB: the exponent is then 1.
+      gainExponent(ceilingDB == thresholdDB ? 1.0 : 1.0 - 1.0 / ratio),
       sampleBuffers(2, std::vector<double>(kBufferSamples, 0.0)),
       envelope(kBufferSamples, kEnvelopeFloor),
       pcmBytes(4 * kBufferSamples),

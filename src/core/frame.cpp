@@ -29,8 +29,13 @@ CYUVFrame::CYUVFrame(const CYUVFrame& other) : CDeMux() { *this = other; }
 
 CYUVFrame::~CYUVFrame() { ReleaseBlock(); }
 
+// The slack is zeroed: the resize reads into it around a crop's last lines,
+// and what it reads there must be defined.
 void* CYUVFrame::AllocateBuffer(unsigned size) {
-  return LargeBufferMalloc(static_cast<size_t>(size) + 2 * static_cast<size_t>(stride));
+  const size_t slack = 2 * static_cast<size_t>(stride);
+  auto* block = static_cast<uint8_t*>(LargeBufferMalloc(static_cast<size_t>(size) + slack));
+  std::memset(block + size, 0, slack);
+  return block;
 }
 
 void CYUVFrame::FreeBuffer(void* p) {

@@ -72,6 +72,9 @@ void CFFTFilterEx::FreeTransform() {
 }
 
 void CFFTFilterEx::AddFilterPoint(double frequency, double gain) {
+  // A NaN has no place on a rising curve; as a first point it left one point
+  // that no comparison extends, and the response build read past it.
+  if (std::isnan(frequency)) return;
   frequency = std::max(frequency, kLowestFrequency);
   if (!points.empty() && frequency <= points.back().frequency) return;
   points.push_back({frequency, gain});

@@ -71,7 +71,9 @@ int MatchHotSpot(const std::vector<std::string>& arguments) {
   if (!spot.LoadHotSpotDataFromFile(spotPath)) throw ToolError(spotPath + ": not a hot spot file");
   const CYUVFrame& reference = spot.m_referenceFrame;
   if (spot.m_checkAreas.empty()) throw ToolError(spotPath + ": the hot spot has no areas");
-  for (const CRect& area : spot.m_checkAreas) CheckAreaInside(area, reference.width, reference.height, "check area");
+  for (const CRect& area : spot.m_checkAreas) {
+    CheckAreaInside(area, reference.width, reference.height, spotPath + ": check area");
+  }
   Y4MReader reader(input);
   if (reader.Format().width != reference.width || reader.Format().height != reference.height) {
     throw ToolError(input + ": frames are " + std::to_string(reader.Format().width) + "x" +
