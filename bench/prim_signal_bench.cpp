@@ -29,15 +29,15 @@ std::vector<double> RandomSignal(size_t n) {
 
 // Forward and inverse as the FFT filter runs them: flag 2, no work buffer.
 void BM_FFTRoundTripOurs(benchmark::State& state) {
-  PrimFFTSpec* spec = nullptr;
-  PrimFFTInitAlloc(&spec, kFFTOrder, PrimFFTDivInverseByN, 0);
+  PrimFFTSpec* plan = nullptr;
+  PrimFFTInitAlloc(&plan, kFFTOrder, PrimFFTDivInverseByN, 0);
   std::vector<double> signal = RandomSignal(kFFTLength), spectrum(kFFTLength + 2);
   for (auto _ : state) {
-    PrimFFTForward(signal.data(), spectrum.data(), spec, nullptr);
-    PrimFFTInverse(spectrum.data(), signal.data(), spec, nullptr);
+    PrimFFTForward(signal.data(), spectrum.data(), plan, nullptr);
+    PrimFFTInverse(spectrum.data(), signal.data(), plan, nullptr);
     benchmark::DoNotOptimize(signal.data());
   }
-  PrimFFTFreeSpec(spec);
+  PrimFFTFreeSpec(plan);
   state.SetItemsProcessed(state.iterations());
 }
 BENCHMARK(BM_FFTRoundTripOurs)->Name("fft_16384_roundtrip/ours");

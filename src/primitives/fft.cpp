@@ -41,9 +41,9 @@ namespace {
 constexpr int32_t kFFTSpecTag = 9;
 constexpr int kMaxOrder = 28;
 
-bool IsTransformObject(const PrimFFTSpec* spec) {
+bool IsTransformObject(const PrimFFTSpec* plan) {
   int32_t tag;
-  std::memcpy(&tag, spec, sizeof tag);
+  std::memcpy(&tag, plan, sizeof tag);
   return tag == kFFTSpecTag;
 }
 
@@ -93,17 +93,17 @@ class WorkBuffer {
   double* data_;
 };
 
-int CheckTransformArguments(const double* src, const double* dst, const PrimFFTSpec* spec) {
-  if (spec == nullptr) return PrimStsNullPtrErr;
-  if (!IsTransformObject(spec)) return PrimStsContextMatchErr;
+int CheckTransformArguments(const double* src, const double* dst, const PrimFFTSpec* plan) {
+  if (plan == nullptr) return PrimStsNullPtrErr;
+  if (!IsTransformObject(plan)) return PrimStsContextMatchErr;
   if (src == nullptr || dst == nullptr) return PrimStsNullPtrErr;
   return PrimStsNoErr;
 }
 
-using FFTInitAllocFn = int (*)(PrimFFTSpec** spec, int order, int flag, int hint);
+using FFTInitAllocFn = int (*)(PrimFFTSpec** plan, int order, int flag, int hint);
 
-int fft_init_alloc_c(PrimFFTSpec** spec, int order, int flag, int /*hint*/) {
-  if (spec == nullptr) return PrimStsNullPtrErr;
+int fft_init_alloc_c(PrimFFTSpec** plan, int order, int flag, int /*hint*/) {
+  if (plan == nullptr) return PrimStsNullPtrErr;
   if (order < 0 || order > kMaxOrder) return PrimStsFftOrderErr;
   if (flag != PrimFFTDivForwardByN && flag != PrimFFTDivInverseByN && flag != PrimFFTDivBySqrtN &&
       flag != PrimFFTNoDivByAny) {
@@ -128,27 +128,27 @@ int fft_init_alloc_c(PrimFFTSpec** spec, int order, int flag, int /*hint*/) {
     }
   }
   made->tag = kFFTSpecTag;
-  *spec = made.release();
+  *plan = made.release();
   return PrimStsNoErr;
 }
 
 constexpr FFTInitAllocFn kFFTInitAlloc[kPrimSlotCount] = {fft_init_alloc_c, fft_init_alloc_c, fft_init_alloc_c,
                                                           fft_init_alloc_c, fft_init_alloc_c, fft_init_alloc_c};
 
-using FFTFreeSpecFn = int (*)(PrimFFTSpec* spec);
+using FFTFreeSpecFn = int (*)(PrimFFTSpec* plan);
 
-int fft_free_spec_c(PrimFFTSpec* spec) {
-  if (spec == nullptr) return PrimStsNullPtrErr;
-  if (!IsTransformObject(spec)) return PrimStsContextMatchErr;
-  spec->tag = 0;
-  delete spec;
+int fft_free_spec_c(PrimFFTSpec* plan) {
+  if (plan == nullptr) return PrimStsNullPtrErr;
+  if (!IsTransformObject(plan)) return PrimStsContextMatchErr;
+  plan->tag = 0;
+  delete plan;
   return PrimStsNoErr;
 }
 
 constexpr FFTFreeSpecFn kFFTFreeSpec[kPrimSlotCount] = {fft_free_spec_c, fft_free_spec_c, fft_free_spec_c,
                                                         fft_free_spec_c, fft_free_spec_c, fft_free_spec_c};
 
-using FFTTransformFn = int (*)(const double* src, double* dst, const PrimFFTSpec* spec, uint8_t* buffer);
+using FFTTransformFn = int (*)(const double* src, double* dst, const PrimFFTSpec* plan, uint8_t* buffer);
 
 void MultiplySpectra(const double* src, double* dst, int length) {
   for (int i = 0; i < length; ++i) {
@@ -158,12 +158,12 @@ void MultiplySpectra(const double* src, double* dst, int length) {
   }
 }
 
-int fft_forward_c(const double* src, double* dst, const PrimFFTSpec* spec, uint8_t* buffer) {
-  return FFTForwardWith(ForwardTransform<double>, src, dst, spec, buffer);
+int fft_forward_c(const double* src, double* dst, const PrimFFTSpec* plan, uint8_t* buffer) {
+  return FFTForwardWith(ForwardTransform<double>, src, dst, plan, buffer);
 }
 
-int fft_inverse_c(const double* src, double* dst, const PrimFFTSpec* spec, uint8_t* buffer) {
-  return FFTInverseWith(InverseTransform<double>, src, dst, spec, buffer);
+int fft_inverse_c(const double* src, double* dst, const PrimFFTSpec* plan, uint8_t* buffer) {
+  return FFTInverseWith(InverseTransform<double>, src, dst, plan, buffer);
 }
 
 int mul_packed_spectrum_c(const double* src, double* dst, int length) {
@@ -186,16 +186,16 @@ constexpr MulPackedSpectrumFn kMulPackedSpectrum[kPrimSlotCount] = {
 
 }  // namespace
 
-int FFTForwardWith(FFTCoreFn core, const double* src, double* dst, const PrimFFTSpec* spec, uint8_t* buffer) {
-  if (const int status = CheckTransformArguments(src, dst, spec); status != PrimStsNoErr) return status;
-  const double scale = spec->forwardScale;
-  if (spec->order == 0) {
+int FFTForwardWith(FFTCoreFn core, const double* src, double* dst, const PrimFFTSpec* plan, uint8_t* buffer) {
+  if (const int status = CheckTransformArguments(src, dst, plan); status != PrimStsNoErr) return status;
+  const double scale = plan->forwardScale;
+  if (plan->order == 0) {
     dst[0] = src[0] * scale;
     dst[1] = 0;
     return PrimStsNoErr;
   }
-  const size_t n = size_t{1} << spec->order, m = n / 2;
-  if (spec->order == 1) {
+  const size_t n = size_t{1} << plan->order, m = n / 2;
+  if (plan->order == 1) {
     dst[0] = (src[0] + src[1]) * scale;
     dst[2] = (src[0] - src[1]) * scale;
     dst[1] = dst[3] = 0;
@@ -203,24 +203,24 @@ int FFTForwardWith(FFTCoreFn core, const double* src, double* dst, const PrimFFT
   }
   if (m == 2) {
     // Four samples need no work buffer.
-    core(src, dst, nullptr, m, spec->passTwiddles.data(), spec->splitTwiddles.data(), scale);
+    core(src, dst, nullptr, m, plan->passTwiddles.data(), plan->splitTwiddles.data(), scale);
     return PrimStsNoErr;
   }
   const WorkBuffer work(buffer, n);
   if (work.data() == nullptr) return PrimStsMemAllocErr;
-  core(src, dst, work.data(), m, spec->passTwiddles.data(), spec->splitTwiddles.data(), scale);
+  core(src, dst, work.data(), m, plan->passTwiddles.data(), plan->splitTwiddles.data(), scale);
   return PrimStsNoErr;
 }
 
-int FFTInverseWith(FFTCoreFn core, const double* src, double* dst, const PrimFFTSpec* spec, uint8_t* buffer) {
-  if (const int status = CheckTransformArguments(src, dst, spec); status != PrimStsNoErr) return status;
-  const double scale = spec->inverseScale;
-  if (spec->order == 0) {
+int FFTInverseWith(FFTCoreFn core, const double* src, double* dst, const PrimFFTSpec* plan, uint8_t* buffer) {
+  if (const int status = CheckTransformArguments(src, dst, plan); status != PrimStsNoErr) return status;
+  const double scale = plan->inverseScale;
+  if (plan->order == 0) {
     dst[0] = src[0] * scale;
     return PrimStsNoErr;
   }
-  const size_t n = size_t{1} << spec->order, m = n / 2;
-  if (spec->order == 1) {
+  const size_t n = size_t{1} << plan->order, m = n / 2;
+  if (plan->order == 1) {
     const double sum = (src[0] + src[2]) * scale, difference = (src[0] - src[2]) * scale;
     dst[0] = sum;
     dst[1] = difference;
@@ -228,7 +228,7 @@ int FFTInverseWith(FFTCoreFn core, const double* src, double* dst, const PrimFFT
   }
   const WorkBuffer work(buffer, n);
   if (work.data() == nullptr) return PrimStsMemAllocErr;
-  core(src, dst, work.data(), m, spec->passTwiddles.data(), spec->splitTwiddles.data(), scale);
+  core(src, dst, work.data(), m, plan->passTwiddles.data(), plan->splitTwiddles.data(), scale);
   return PrimStsNoErr;
 }
 
@@ -239,18 +239,18 @@ int MulPackedSpectrumWith(SpectrumProductFn product, const double* src, double* 
   return PrimStsNoErr;
 }
 
-int PrimFFTInitAlloc(PrimFFTSpec** spec, int order, int flag, int hint) {
-  return kFFTInitAlloc[g_primSlot](spec, order, flag, hint);
+int PrimFFTInitAlloc(PrimFFTSpec** plan, int order, int flag, int hint) {
+  return kFFTInitAlloc[g_primSlot](plan, order, flag, hint);
 }
 
-int PrimFFTFreeSpec(PrimFFTSpec* spec) { return kFFTFreeSpec[g_primSlot](spec); }
+int PrimFFTFreeSpec(PrimFFTSpec* plan) { return kFFTFreeSpec[g_primSlot](plan); }
 
-int PrimFFTForward(const double* src, double* dst, const PrimFFTSpec* spec, uint8_t* buffer) {
-  return kFFTForward[g_primSlot](src, dst, spec, buffer);
+int PrimFFTForward(const double* src, double* dst, const PrimFFTSpec* plan, uint8_t* buffer) {
+  return kFFTForward[g_primSlot](src, dst, plan, buffer);
 }
 
-int PrimFFTInverse(const double* src, double* dst, const PrimFFTSpec* spec, uint8_t* buffer) {
-  return kFFTInverse[g_primSlot](src, dst, spec, buffer);
+int PrimFFTInverse(const double* src, double* dst, const PrimFFTSpec* plan, uint8_t* buffer) {
+  return kFFTInverse[g_primSlot](src, dst, plan, buffer);
 }
 
 int PrimMulPackedSpectrum(const double* src, double* dst, int length) {

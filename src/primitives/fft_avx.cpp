@@ -24,12 +24,12 @@ void MultiplySpectraAvx(const double* src, double* dst, int length) {
 
 }  // namespace
 
-int fft_forward_avx(const double* src, double* dst, const PrimFFTSpec* spec, uint8_t* buffer) {
-  return FFTForwardWith(ForwardTransform<Double4>, src, dst, spec, buffer);
+int fft_forward_avx(const double* src, double* dst, const PrimFFTSpec* plan, uint8_t* buffer) {
+  return FFTForwardWith(ForwardTransform<Double4>, src, dst, plan, buffer);
 }
 
-int fft_inverse_avx(const double* src, double* dst, const PrimFFTSpec* spec, uint8_t* buffer) {
-  return FFTInverseWith(InverseTransform<Double4>, src, dst, spec, buffer);
+int fft_inverse_avx(const double* src, double* dst, const PrimFFTSpec* plan, uint8_t* buffer) {
+  return FFTInverseWith(InverseTransform<Double4>, src, dst, plan, buffer);
 }
 
 int mul_packed_spectrum_avx(const double* src, double* dst, int length) {

@@ -15,11 +15,11 @@ using FFTCoreFn = void (*)(const double* src, double* dst, double* work, size_t 
 // dst = dst * src on `length` >= 1 complex numbers.
 using SpectrumProductFn = void (*)(const double* src, double* dst, int length);
 
-int FFTForwardWith(FFTCoreFn core, const double* src, double* dst, const PrimFFTSpec* spec, uint8_t* buffer);
-int FFTInverseWith(FFTCoreFn core, const double* src, double* dst, const PrimFFTSpec* spec, uint8_t* buffer);
+int FFTForwardWith(FFTCoreFn core, const double* src, double* dst, const PrimFFTSpec* plan, uint8_t* buffer);
+int FFTInverseWith(FFTCoreFn core, const double* src, double* dst, const PrimFFTSpec* plan, uint8_t* buffer);
 int MulPackedSpectrumWith(SpectrumProductFn product, const double* src, double* dst, int length);
 
-int fft_forward_avx(const double* src, double* dst, const PrimFFTSpec* spec, uint8_t* buffer);
-int fft_inverse_avx(const double* src, double* dst, const PrimFFTSpec* spec, uint8_t* buffer);
+int fft_forward_avx(const double* src, double* dst, const PrimFFTSpec* plan, uint8_t* buffer);
+int fft_inverse_avx(const double* src, double* dst, const PrimFFTSpec* plan, uint8_t* buffer);
 int mul_packed_spectrum_sse41(const double* src, double* dst, int length);
 int mul_packed_spectrum_avx(const double* src, double* dst, int length);

@@ -22,22 +22,22 @@ inline constexpr int PrimFFTDivBySqrtN = 4;     // both 1/sqrt(N)
 inline constexpr int PrimFFTNoDivByAny = 8;     // both 1
 
 // Creates the transform of order 0 to 28. `hint` is accepted and ignored.
-// Status: -8 spec null; -15 order out of range; -16 unknown flag; -9 out of memory.
-int PrimFFTInitAlloc(PrimFFTSpec** spec, int order, int flag, int hint);
+// Status: -8 plan null; -15 order out of range; -16 unknown flag; -9 out of memory.
+int PrimFFTInitAlloc(PrimFFTSpec** plan, int order, int flag, int hint);
 // Destroys it. -8 null, -17 not a transform object.
-int PrimFFTFreeSpec(PrimFFTSpec* spec);
+int PrimFFTFreeSpec(PrimFFTSpec* plan);
 
 // Forward transform of N reals into the packed spectrum: the (real,
 // imaginary) pairs of bins 0 to N/2, N + 2 doubles (2 for order 0), whose
 // imaginary parts at bins 0 and N/2 are stored as 0. `buffer` is null, so the
 // transform allocates its own, or a block of at least 8 * N bytes aligned to
 // 16. Source and destination do not overlap.
-// Status: -8 spec null; -17 not a transform object; -8 src or dst null; -9 out of memory.
-int PrimFFTForward(const double* src, double* dst, const PrimFFTSpec* spec, uint8_t* buffer);
+// Status: -8 plan null; -17 not a transform object; -8 src or dst null; -9 out of memory.
+int PrimFFTForward(const double* src, double* dst, const PrimFFTSpec* plan, uint8_t* buffer);
 // Inverse transform of a packed spectrum into N reals: the real sequence whose
 // spectrum has the given lower half and its conjugate-symmetric upper half.
 // The imaginary parts of bins 0 and N/2 are not read. Buffer and status as forward.
-int PrimFFTInverse(const double* src, double* dst, const PrimFFTSpec* spec, uint8_t* buffer);
+int PrimFFTInverse(const double* src, double* dst, const PrimFFTSpec* plan, uint8_t* buffer);
 
 // dst[i] = dst[i] * src[i] on `length` complex numbers stored as (real,
 // imaginary) pairs, the layout of a packed spectrum. -8 null, -6 length below 1.

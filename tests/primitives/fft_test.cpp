@@ -179,13 +179,13 @@ TEST(PrimFFTTest, CallersWorkBufferGivesTheSameResult) {
 }
 
 TEST(PrimFFTTest, Statuses) {
-  PrimFFTSpec* spec = nullptr;
+  PrimFFTSpec* plan = nullptr;
   EXPECT_EQ(PrimFFTInitAlloc(nullptr, 3, 2, 0), PrimStsNullPtrErr);
-  EXPECT_EQ(PrimFFTInitAlloc(&spec, -1, 2, 0), PrimStsFftOrderErr);
-  EXPECT_EQ(PrimFFTInitAlloc(&spec, 29, 2, 0), PrimStsFftOrderErr);
-  EXPECT_EQ(PrimFFTInitAlloc(&spec, 29, 3, 0), PrimStsFftOrderErr);  // the order is tested first
-  for (int flag : {0, 3, 16, -1}) EXPECT_EQ(PrimFFTInitAlloc(&spec, 3, flag, 0), PrimStsFftFlagErr) << flag;
-  EXPECT_EQ(spec, nullptr);
+  EXPECT_EQ(PrimFFTInitAlloc(&plan, -1, 2, 0), PrimStsFftOrderErr);
+  EXPECT_EQ(PrimFFTInitAlloc(&plan, 29, 2, 0), PrimStsFftOrderErr);
+  EXPECT_EQ(PrimFFTInitAlloc(&plan, 29, 3, 0), PrimStsFftOrderErr);  // the order is tested first
+  for (int flag : {0, 3, 16, -1}) EXPECT_EQ(PrimFFTInitAlloc(&plan, 3, flag, 0), PrimStsFftFlagErr) << flag;
+  EXPECT_EQ(plan, nullptr);
 
   // Anything whose first word is not the tag is refused.
   alignas(PrimFFTSpec*) int32_t foreign[32] = {};

@@ -154,16 +154,16 @@ TEST_P(SignalSlotTest, FFTPairGivesTheSameDoubles) {
     const int flag = flags[order % 4];
     std::vector<double> spectrum[2], back[2];
     InBothSlots([&](int run) {
-      PrimFFTSpec* spec = nullptr;
-      ASSERT_EQ(PrimFFTInitAlloc(&spec, order, flag, 0), PrimStsNoErr);
+      PrimFFTSpec* plan = nullptr;
+      ASSERT_EQ(PrimFFTInitAlloc(&plan, order, flag, 0), PrimStsNoErr);
       // An odd run lends its own work buffer, an even one lets the transform allocate.
       std::vector<double> work(n + 1);
       auto* buffer = order % 2 == 1 ? reinterpret_cast<uint8_t*>(work.data()) : nullptr;
       spectrum[run].assign(n + 2, -1);
       back[run].assign(n, -1);
-      EXPECT_EQ(PrimFFTForward(signal.data(), spectrum[run].data(), spec, buffer), PrimStsNoErr);
-      EXPECT_EQ(PrimFFTInverse(spectrum[run].data(), back[run].data(), spec, buffer), PrimStsNoErr);
-      PrimFFTFreeSpec(spec);
+      EXPECT_EQ(PrimFFTForward(signal.data(), spectrum[run].data(), plan, buffer), PrimStsNoErr);
+      EXPECT_EQ(PrimFFTInverse(spectrum[run].data(), back[run].data(), plan, buffer), PrimStsNoErr);
+      PrimFFTFreeSpec(plan);
     });
     EXPECT_EQ(std::memcmp(spectrum[0].data(), spectrum[1].data(), spectrum[0].size() * sizeof(double)), 0);
     EXPECT_EQ(std::memcmp(back[0].data(), back[1].data(), back[0].size() * sizeof(double)), 0);
