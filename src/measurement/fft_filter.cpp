@@ -22,6 +22,8 @@ void CFFTFilter::AddFilterPoint(double frequency, double gain) { impl->AddFilter
 
 void CFFTFilter::BuildFilter(int samplingRate, int fftSize) { impl->BuildFilter(samplingRate, fftSize); }
 
+void CFFTFilter::SaveResponseCurveToXML(CString fileName) { impl->SaveResponseCurveToXML(fileName); }
+
 CFFTFilter& CFFTFilter::operator=(const CFFTFilter& other) {
   *impl = *other.impl;
   return *this;

@@ -34,6 +34,9 @@ class CFFTFilter {
   // Turns the points into a gain per bin. `fftSize` is a power of two, at
   // least one point exists, and this is called once.
   virtual void BuildFilter(int samplingRate, int fftSize);
+  // Writes the points of the curve (with those BuildFilter added, not the
+  // bins) as XML; failures are ignored.
+  virtual void SaveResponseCurveToXML(CString fileName);
   virtual CFFTFilter& operator=(const CFFTFilter& other);
   // Empties `output`, then gives in it all that can now be filtered; the
   // result is its size, a multiple of the hop.

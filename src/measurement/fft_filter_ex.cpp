@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "platform/xml_node.h"
+
 namespace NS_AudioMeasurement {
 
 const CFilterPoint kTestFilterCurve[49] = {
@@ -146,6 +148,17 @@ int CFFTFilterEx::FlushFilter(std::vector<double>& output) {
     pending.resize(hop, 0.0);
   }
   return ProcessSamples(zeros, output);
+}
+
+void CFFTFilterEx::SaveResponseCurveToXML(const CString& fileName) const {
+  XMLNode top = XMLNode::createXMLTopNode();
+  XMLNode filter = top.addChildNode("Filter", 0);
+  for (size_t i = 0; i < points.size(); ++i) {
+    XMLNode point = filter.AddNode("point", static_cast<int>(i));
+    point.addAttributeValue("frequency", points[i].frequency);
+    point.addAttributeValue("gain", points[i].gain);
+  }
+  filter.saveXMLToFile(fileName, 1);
 }
 
 }  // namespace NS_AudioMeasurement

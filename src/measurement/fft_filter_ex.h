@@ -25,6 +25,9 @@ class CFFTFilterEx {
 
   void AddFilterPoint(double frequency, double gain);
   void BuildFilter(int samplingRate, int fftSize);
+  // Writes the points as XML: a "Filter" element with one "point" child a
+  // point (its index as text, frequency and gain as attributes).
+  void SaveResponseCurveToXML(const CString& fileName) const;
   int ProcessSamples(const std::vector<double>& input, std::vector<double>& output);
   int FlushFilter(std::vector<double>& output);
 

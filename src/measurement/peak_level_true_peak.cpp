@@ -31,6 +31,7 @@ double CPeakLevelTruePeak::GetPeakReading() {
 }
 
 double CPeakLevelTruePeak::SelfTest() {
+  if (channels < 2) return GetPeakReading();
   std::vector<std::vector<double>> tone;
   CAudioSupport::CreateMultiChannelTone(tone, 48000, 0.1, -10.0, 5000.0, 2);
   ProcessBlock(tone);

@@ -18,7 +18,8 @@ class CPeakLevelTruePeak : public CAudioPeakLevelImpl {
   // Minus infinity before any non-zero sample.
   double GetPeakReading() override;
   CString GetMeterName() override { return "True Peak"; }
-  // Measures 0.1 s of a 5 kHz tone at -10 dB in one block.
+  // Measures 0.1 s of a stereo 5 kHz tone at -10 dB in one block; a meter of
+  // fewer than two channels runs no test and gives its reading.
   double SelfTest() override;
 
  private:

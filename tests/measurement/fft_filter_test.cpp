@@ -3,10 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <fstream>
 #include <memory>
+#include <sstream>
 
 #include "measurement/fft_filter_ex.h"
+#include "platform/xml_node.h"
 #include "signals.h"
+#include "support/temp_folder.h"
 
 namespace {
 
@@ -159,6 +163,35 @@ TEST(CFFTFilterTest, CopiesAndAssignmentRunOnTheirOwn) {
   source.ProcessSamples(second, expected);
   survivor.ProcessSamples(second, again);
   EXPECT_EQ(again, expected);
+}
+
+TEST(CFFTFilterTest, SaveResponseCurveToXmlWritesThePoints) {
+  corvane::test::TempFolder folder;
+  const std::string path = folder.Path() + "/response.xml";
+  CFFTFilter filter;
+  filter.AddFilterPoint(100.0, -3.5);
+  filter.AddFilterPoint(1000.0, 2.25);
+  filter.BuildFilter(48000, 2048);
+  filter.SaveResponseCurveToXML(path);
+
+  const XMLNode root = XMLNode::parseFile(path, "Filter", nullptr, 1);
+  ASSERT_FALSE(root.isEmpty());
+  const CFilterPoint expected[] = {{0.001, -3.5}, {100.0, -3.5}, {1000.0, 2.25}, {48000.0, 2.25}};
+  int iterator = 0;
+  for (const CFilterPoint& point : expected) {
+    const XMLNode node = root.getChildNode("point", &iterator);
+    ASSERT_FALSE(node.isEmpty());
+    double frequency = 0.0, gain = 0.0;
+    EXPECT_TRUE(node.GetAttribute("frequency", frequency));
+    EXPECT_TRUE(node.GetAttribute("gain", gain));
+    EXPECT_EQ(frequency, point.frequency);
+    EXPECT_EQ(gain, point.gain);
+  }
+  EXPECT_TRUE(root.getChildNode("point", &iterator).isEmpty());
+  std::stringstream text;
+  text << std::ifstream(path).rdbuf();
+  EXPECT_NE(text.str().find("gain=\"2.25\">3</point>"), std::string::npos) << text.str();  // the index as text
+  CFFTFilter::TestFilter();
 }
 
 }  // namespace
