@@ -15,12 +15,6 @@ using NS_AudioMeasurement::MEASUREMENT_CHROMATEC;
 
 constexpr size_t kHop = 12288;
 
-std::vector<short> History(CAudioPeakLevel& meter) {
-  std::vector<short> points;
-  meter.GetLevelHistory(100, points);
-  return points;
-}
-
 TEST(ChromatecTest, FloorsBeforeAndAfterTheFirstStep) {
   CAudioPeakLevel meter(2, 48000, MEASUREMENT_CHROMATEC);
   EXPECT_EQ(meter.GetMeterName(), "Chromatec");

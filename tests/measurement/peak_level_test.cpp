@@ -19,12 +19,6 @@ using NS_AudioMeasurement::MEASUREMENT_VU;
 constexpr AUDIO_MEAUREMENT_TYPE kBlockMeters[] = {MEASUREMENT_PPM_IIA, MEASUREMENT_VU, MEASUREMENT_SIMPLE,
                                                   NS_AudioMeasurement::MEASUREMENT_CHROMATEC};
 
-std::vector<short> History(CAudioPeakLevel& meter, int milliseconds = 100) {
-  std::vector<short> points;
-  meter.GetLevelHistory(milliseconds, points);
-  return points;
-}
-
 // A history entry from a level worked out by hand: tenths, truncated toward zero.
 short Entry(double db) { return static_cast<short>(std::trunc(db * 10.0)); }
 

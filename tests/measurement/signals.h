@@ -7,6 +7,8 @@
 #include <random>
 #include <vector>
 
+#include "measurement/audio_peak_level.h"
+
 namespace measurement_test {
 
 using Block = std::vector<std::vector<double>>;
@@ -81,6 +83,13 @@ void FeedInRandomPieces(const Block& block, size_t longest, uint32_t seed, Feed 
     feed(Slice(block, begin, count));
     begin += count;
   }
+}
+
+// A meter's level history at `milliseconds` a point.
+inline std::vector<short> History(NS_AudioMeasurement::CAudioPeakLevel& meter, int milliseconds = 100) {
+  std::vector<short> points;
+  meter.GetLevelHistory(milliseconds, points);
+  return points;
 }
 
 }  // namespace measurement_test

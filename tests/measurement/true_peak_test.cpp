@@ -18,12 +18,6 @@ using NS_AudioMeasurement::MEASUREMENT_TRUE_PEAK;
 // the interpolator's passband ripple adds a little: 0.3 dB covers both.
 constexpr double kTruePeakTolerance = 0.3;
 
-std::vector<short> History(CAudioPeakLevel& meter) {
-  std::vector<short> points;
-  meter.GetLevelHistory(100, points);
-  return points;
-}
-
 TEST(TruePeakTest, UnfedAndSilentMetersReadMinusInfinity) {
   CAudioPeakLevel unfed(2, 48000, MEASUREMENT_TRUE_PEAK);
   EXPECT_EQ(unfed.GetMeterName(), "True Peak");
