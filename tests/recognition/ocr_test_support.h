@@ -1,11 +1,24 @@
-// Helpers of the OCR tests: the engine file chosen through the environment,
-// and the call log of the stand-in engine.
+// Helpers of the recognition tests: the engine file chosen through the
+// environment, the call log of the stand-in engine, where the real engine
+// module is, flat pictures, captions drawn with a real font, and how close a
+// reading comes to the text drawn.
 #pragma once
 
 #include <dlfcn.h>
+#include <gtest/gtest.h>
 #include <stdlib.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <optional>
 #include <string>
+#include <vector>
+
+#include "core/frame.h"
+#include "text_render.h"
 
 namespace corvane::test {
 
@@ -14,13 +27,10 @@ namespace corvane::test {
 class ScopedEnvironment {
  public:
   ScopedEnvironment(const char* name, const char* value) : name_(name) {
-    if (const char* old = getenv(name)) {
-      previous_ = old;
-      hadPrevious_ = true;
-    }
+    if (const char* old = getenv(name)) previous_ = old;
     Set(value);
   }
-  ~ScopedEnvironment() { Set(hadPrevious_ ? previous_.c_str() : nullptr); }
+  ~ScopedEnvironment() { Set(previous_ ? previous_->c_str() : nullptr); }
   ScopedEnvironment(const ScopedEnvironment&) = delete;
   ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
 
@@ -34,8 +44,7 @@ class ScopedEnvironment {
   }
 
   std::string name_;
-  std::string previous_;
-  bool hadPrevious_ = false;
+  std::optional<std::string> previous_;
 };
 
 // The engine file that the OCR binding opens, for the life of the object.
@@ -43,6 +52,18 @@ class ScopedEngineFile : public ScopedEnvironment {
  public:
   explicit ScopedEngineFile(const char* path) : ScopedEnvironment("CORVANE_OCR_ENGINE", path) {}
 };
+
+// A module file that does not exist.
+inline std::string AbsentModulePath() { return testing::TempDir() + "no_engine_" + std::to_string(getpid()) + ".so"; }
+
+// The engine module over Tesseract, built beside the library only when
+// Tesseract is installed.
+inline std::string EngineModulePath() { return std::string(CORVANE_BUILD_DIR) + "/lib/OCR/libNSOCR.so"; }
+
+#define CORVANE_SKIP_WITHOUT_OCR_ENGINE_MODULE()                      \
+  if (access(corvane::test::EngineModulePath().c_str(), R_OK) == 0) { \
+  } else                                                              \
+    GTEST_SKIP() << "the OCR engine module is not built (is Tesseract installed?)"
 
 // The stand-in engine, held open by the test so that its call log outlives
 // each binding that opens and closes it.
@@ -71,6 +92,77 @@ class TestEngine {
   void* module_;
   const char* (*log_)() = nullptr;
   void (*clear_)() = nullptr;
+};
+
+// A 4:2:0 picture of one luma value, chroma at the middle.
+inline CYUVFrame FlatFrame(uint8_t luma, int width, int height) {
+  CYUVFrame frame(width, height, CHROMA_420);
+  std::memset(frame.y, luma, static_cast<size_t>(frame.lumaPlaneSize));
+  std::memset(frame.u, 128, 2 * static_cast<size_t>(frame.chromaPlaneSize));
+  return frame;
+}
+
+// Letters, digits and hyphens, as channel names, clocks and dates show them.
+inline const std::vector<std::string>& CaptionStrings() {
+  static const std::vector<std::string> strings = {"BBC-ONE",    "Channel-4", "ZDF-info",   "RTL2",    "Sport-1",
+                                                   "News24",     "20-15",     "07-45",      "CH-112",  "HD-Plus",
+                                                   "Kanal-5",    "EPG-Guide", "Arte-HD",    "Movie-3", "TV-Guide",
+                                                   "2024-11-08", "Euro-7",    "Live-Sport", "Prog-09", "Info-Kanal"};
+  return strings;
+}
+
+// A caption as packed RGB, rows from the top: `text` with glyphs of
+// `pixelSize` pixels (the font's em) in `ink` on a plain `ground`, with a
+// margin of a quarter of the em around it.
+struct RenderedCaption {
+  std::vector<uint8_t> rgb;
+  int width = 0;
+  int height = 0;
+};
+
+inline RenderedCaption RenderCaption(const tool::TextRenderer& renderer, const std::string& text, int pixelSize,
+                                     uint8_t ink, uint8_t ground) {
+  const int margin = pixelSize / 4;
+  RenderedCaption caption;
+  caption.width = (renderer.Measure(text) + 2 * margin + 1) & ~1;
+  caption.height = (pixelSize + pixelSize / 3 + 2 * margin + 1) & ~1;
+  std::vector<uint8_t> grey(static_cast<size_t>(caption.width) * caption.height, ground);
+  renderer.Draw(grey.data(), caption.width, caption.width, caption.height, margin, margin + pixelSize, text, ink);
+  caption.rgb.resize(grey.size() * 3);
+  for (size_t i = 0; i < grey.size(); ++i) std::fill_n(caption.rgb.begin() + 3 * i, 3, grey[i]);
+  return caption;
+}
+
+// Edits (insertions, deletions, replacements) that turn `read` into `expected`.
+inline size_t EditDistance(const std::string& expected, const std::string& read) {
+  std::vector<size_t> previous(read.size() + 1);
+  std::vector<size_t> current(read.size() + 1);
+  for (size_t j = 0; j <= read.size(); ++j) previous[j] = j;
+  for (size_t i = 1; i <= expected.size(); ++i) {
+    current[0] = i;
+    for (size_t j = 1; j <= read.size(); ++j) {
+      const size_t replace = previous[j - 1] + (expected[i - 1] == read[j - 1] ? 0 : 1);
+      current[j] = std::min({replace, previous[j] + 1, current[j - 1] + 1});
+    }
+    std::swap(previous, current);
+  }
+  return previous[read.size()];
+}
+
+// The share of characters read right over several captions; misreadings are
+// printed, to show what the engine got wrong.
+class ReadingScore {
+ public:
+  void Add(const std::string& drawn, const std::string& read) {
+    errors_ += EditDistance(drawn, read);
+    characters_ += drawn.size();
+    if (read != drawn) std::printf("  drawn '%s', read '%s'\n", drawn.c_str(), read.c_str());
+  }
+  double Accuracy() const { return 1.0 - static_cast<double>(errors_) / static_cast<double>(characters_); }
+
+ private:
+  size_t errors_ = 0;
+  size_t characters_ = 0;
 };
 
 }  // namespace corvane::test
