@@ -6,18 +6,15 @@
 #include <vector>
 
 #include "platform/buffer_alloc.h"
+#include "support/library_checks.h"
 
 namespace {
 
 TEST(LoggerTest, SinkReceivesFormattedLinesWithoutLineFeed) {
-  std::vector<std::string> lines;
-  CLogger::SetSink([&](int level, const std::string& line) { lines.push_back(std::to_string(level) + ":" + line); });
+  corvane::test::LogCapture log;
   CLogger::Log(0, "Image   support lib: %s, %s", "1.0", "portable");
   CLogger::Log(2, "%d frames\n", 12);
-  CLogger::SetSink(nullptr);
-  ASSERT_EQ(lines.size(), 2u);
-  EXPECT_EQ(lines[0], "0:Image   support lib: 1.0, portable");
-  EXPECT_EQ(lines[1], "2:12 frames");
+  EXPECT_EQ(log.lines, (std::vector<std::string>{"0:Image   support lib: 1.0, portable", "2:12 frames"}));
 }
 
 TEST(BufferAllocatorTest, CountsBlocksAndBytesPerPool) {
