@@ -5,20 +5,18 @@
 #include <cstring>
 #include <vector>
 
-#include "platform/buffer_alloc.h"
+#include "support/library_checks.h"
 
 namespace {
 
 using Interlacer = CVideoInterlacer;
 
-// A film frame whose even lines carry `tag` and odd lines `tag + 1`.
-CYUVFrame Film(uint8_t tag, bool topFirst, bool repeat) {
+// A frame whose even lines carry `tag` and odd lines `tag + 1`.
+CYUVFrame Film(uint8_t tag, bool topFirst, bool repeat, bool progressive = true) {
   CYUVFrame frame(16, 8, CHROMA_420);
-  for (int row = 0; row < 8; ++row) {
-    std::memset(frame.y + row * frame.stride, tag + row % 2, 16);
-  }
+  for (int row = 0; row < 8; ++row) std::memset(frame.y + row * frame.stride, tag + row % 2, 16);
   std::memset(frame.u, tag, 2 * static_cast<size_t>(frame.chromaPlaneSize));
-  frame.progressive = true;
+  frame.progressive = progressive;
   frame.topFieldFirst = topFirst;
   frame.repeatFirstField = repeat;
   return frame;
@@ -51,12 +49,10 @@ TEST(VideoInterlacerTest, FourFilmFramesGiveFiveInterlacedOnes) {
 
 TEST(VideoInterlacerTest, OppositeOrderIsHeldHalfAFrameLater) {
   Interlacer interlacer(Interlacer::CADENCE_TOP_FIRST, 3600);
-  CYUVFrame first = Film(50, false, false);
-  first.progressive = false;
+  CYUVFrame first = Film(50, false, false, false);
   first.presentationTime = 1000;
   EXPECT_EQ(interlacer.ProcessFrame(&first), Interlacer::INTERLACE_NO_FRAME);
-  CYUVFrame second = Film(60, false, false);
-  second.progressive = false;
+  CYUVFrame second = Film(60, false, false, false);
   ASSERT_EQ(interlacer.ProcessFrame(&second), Interlacer::INTERLACE_FRAME_READY);
   CYUVFrame* out = nullptr;
   ASSERT_EQ(interlacer.GetNextFrame(&out), Interlacer::INTERLACE_FRAME_READY);
@@ -68,41 +64,35 @@ TEST(VideoInterlacerTest, OppositeOrderIsHeldHalfAFrameLater) {
 
 TEST(VideoInterlacerTest, MatchingInterlacedFramesPassAndRepeatGivesOnlyTheShiftedCopy) {
   Interlacer interlacer(Interlacer::CADENCE_BOTTOM_FIRST, 3600);
-  CYUVFrame frame = Film(70, false, false);
-  frame.progressive = false;
+  CYUVFrame frame = Film(70, false, false, false);
   ASSERT_EQ(interlacer.ProcessFrame(&frame), Interlacer::INTERLACE_FRAME_READY);
   CYUVFrame* out = nullptr;
   ASSERT_EQ(interlacer.GetNextFrame(&out), Interlacer::INTERLACE_FRAME_READY);
   EXPECT_EQ(out, &frame);
   EXPECT_FALSE(out->topFieldFirst);
 
-  CYUVFrame repeated = Film(80, false, true);
-  repeated.progressive = false;
+  CYUVFrame repeated = Film(80, false, true, false);
   ASSERT_EQ(interlacer.ProcessFrame(&repeated), Interlacer::INTERLACE_FRAME_READY);
   ASSERT_EQ(interlacer.GetNextFrame(&out), Interlacer::INTERLACE_FRAME_READY);
   EXPECT_NE(out, &repeated);
   EXPECT_EQ(interlacer.GetNextFrame(&out), Interlacer::INTERLACE_NO_FRAME);
 }
 
-TEST(VideoInterlacerTest, ResetForgetsTheHeldFieldAndCopiesOwnTheirFrames) {
-  const int64_t live = LargeBufferLiveBlocks();
-  {
-    Interlacer interlacer(Interlacer::CADENCE_TOP_FIRST, 3600);
-    CYUVFrame held = Film(90, false, false);
-    held.progressive = false;
-    EXPECT_EQ(interlacer.ProcessFrame(&held), Interlacer::INTERLACE_NO_FRAME);
-    Interlacer copy(interlacer);
-    Interlacer assigned(Interlacer::CADENCE_BOTTOM_FIRST, 1);
-    assigned = copy;
-    interlacer.Reset();
-    // After Reset an opposite-order frame is shifted again rather than merged.
-    EXPECT_EQ(interlacer.ProcessFrame(&held), Interlacer::INTERLACE_NO_FRAME);
-    // The copy still holds its field and merges.
-    CYUVFrame next = Film(100, false, false);
-    next.progressive = false;
-    EXPECT_EQ(copy.ProcessFrame(&next), Interlacer::INTERLACE_FRAME_READY);
-  }
-  EXPECT_EQ(LargeBufferLiveBlocks(), live);
+using VideoInterlacerCopyTest = corvane::test::LeakCheckedTest;
+
+TEST_F(VideoInterlacerCopyTest, ResetForgetsTheHeldFieldAndCopiesOwnTheirFrames) {
+  Interlacer interlacer(Interlacer::CADENCE_TOP_FIRST, 3600);
+  CYUVFrame held = Film(90, false, false, false);
+  EXPECT_EQ(interlacer.ProcessFrame(&held), Interlacer::INTERLACE_NO_FRAME);
+  Interlacer copy(interlacer);
+  Interlacer assigned(Interlacer::CADENCE_BOTTOM_FIRST, 1);
+  assigned = copy;
+  interlacer.Reset();
+  // After Reset an opposite-order frame is shifted again rather than merged.
+  EXPECT_EQ(interlacer.ProcessFrame(&held), Interlacer::INTERLACE_NO_FRAME);
+  // The copy still holds its field and merges.
+  CYUVFrame next = Film(100, false, false, false);
+  EXPECT_EQ(copy.ProcessFrame(&next), Interlacer::INTERLACE_FRAME_READY);
 }
 
 }  // namespace
