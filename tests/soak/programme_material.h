@@ -17,23 +17,16 @@ class ProgrammeMaterial {
  public:
   explicit ProgrammeMaterial(uint32_t seed, int samplingRate = 48000) : random_(seed), rate_(samplingRate) {}
 
-  // Appends `frames` samples a channel to the two channels of `block` (resized to 2 first).
-  void Append(size_t frames, std::vector<std::vector<double>>& block) {
-    block.resize(2);
+  // The next `frames` samples of each of the two channels.
+  std::vector<std::vector<double>> Next(size_t frames) {
+    std::vector<std::vector<double>> block(2, std::vector<double>(frames));
     for (size_t i = 0; i < frames; ++i) {
       if (left_ == 0) StartSegment();
       const double t = static_cast<double>(position_++) / rate_;
       --left_;
-      block[0].push_back(Sample(t, 0));
-      block[1].push_back(Sample(t, 1));
+      block[0][i] = Sample(t, 0);
+      block[1][i] = Sample(t, 1);
     }
-  }
-
-  std::vector<std::vector<double>> Next(size_t frames) {
-    std::vector<std::vector<double>> block(2);
-    block[0].reserve(frames);
-    block[1].reserve(frames);
-    Append(frames, block);
     return block;
   }
 
