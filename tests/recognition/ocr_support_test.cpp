@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <memory>
 #include <string>
 
 #include "recognition/ocr_support_impl.h"
@@ -59,26 +60,21 @@ TEST_F(OCRSupportEngineTest, AFailedStepReleasesWhatWasMadeBeforeIt) {
   }
 }
 
-TEST_F(OCRSupportEngineTest, CopiesShareOneImplementationThatIsFreedOnce) {
+TEST_F(OCRSupportEngineTest, CopiesShareOneImplementationThatTheLastOneFrees) {
+  auto original = std::make_unique<COCRSupport>();
+  ASSERT_EQ(original->Initialize(), S_OK);
+  engine_.TakeLog();
   {
-    COCRSupport original;
-    ASSERT_EQ(original.Initialize(), S_OK);
-    engine_.TakeLog();
-    {
-      const COCRSupport copy(original);
-      COCRSupport assigned;
-      assigned = original;
-      assigned = assigned;
-    }
-    EXPECT_EQ(engine_.TakeLog(), "") << "the engine outlives the copies";
+    const COCRSupport copy(*original);
+    COCRSupport assigned;
+    assigned = *original;
+    assigned = assigned;
   }
-  EXPECT_EQ(engine_.TakeLog(), kStopLog);
+  EXPECT_EQ(engine_.TakeLog(), "") << "the engine outlives the copies";
   {
-    auto* first = new COCRSupport;
-    ASSERT_EQ(first->Initialize(), S_OK);
-    const COCRSupport survivor(*first);
-    delete first;
-    engine_.TakeLog();
+    const COCRSupport survivor(*original);
+    original.reset();
+    EXPECT_EQ(engine_.TakeLog(), "") << "and the original";
   }
   EXPECT_EQ(engine_.TakeLog(), kStopLog) << "the last copy stops the engine, whichever it is";
 }
