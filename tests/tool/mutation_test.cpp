@@ -182,9 +182,7 @@ std::string Describe(const std::vector<std::string>& words) {
 
 std::vector<std::filesystem::path> DataFiles(const std::string& extension) {
   std::vector<std::filesystem::path> files;
-  const std::filesystem::path root(CORVANE_TEST_DATA);
-  if (!std::filesystem::exists(root)) return files;
-  for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(CORVANE_TEST_DATA)) {
     if (entry.is_regular_file() && entry.path().extension() == extension) files.push_back(entry.path());
   }
   std::sort(files.begin(), files.end());
