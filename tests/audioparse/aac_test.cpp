@@ -5,10 +5,12 @@
 
 #include "audioparse/audio_support.h"
 #include "audioparse/bit_writer.h"
+#include "audioparse/params_util.h"
 
 namespace {
 
 using corvane::test::BitWriter;
+using corvane::test::MilliTicks;
 using Config = CAudioSupport::CAAC_Config;
 using LATMReader = CAudioSupport::CAAC_LATMReader;
 
@@ -27,43 +29,24 @@ std::vector<uint8_t> Padded(const BitWriter& w) {
 TEST(ADTSTest, ReadsEveryFieldAndTheCrcOnlyWhenPresent) {
   for (uint32_t protectionAbsent = 0; protectionAbsent < 2; ++protectionAbsent) {
     BitWriter w;
-    w.Put(12, 0xFFF);             // syncword
-    w.Put(1, 1);                  // ID
-    w.Put(2, 0);                  // layer
-    w.Put(1, protectionAbsent);   // protection_absent
-    w.Put(2, 1);                  // profile
-    w.Put(4, 3);                  // sampling_frequency_index
-    w.Put(1, 1);                  // private_bit
-    w.Put(3, 6);                  // channel_configuration
-    w.Put(1, 0);                  // original_copy
-    w.Put(1, 1);                  // home
-    w.Put(1, 0);                  // copyright_identification_bit
-    w.Put(1, 1);                  // copyright_identification_start
-    w.Put(13, 1234);              // aac_frame_length
-    w.Put(11, 0x7FF);             // adts_buffer_fullness
-    w.Put(2, 2);                  // number_of_raw_data_blocks_in_frame
+    w.Put(12, 0xFFF).Put(1, 1).Put(2, 0).Put(1, protectionAbsent);  // syncword, ID, layer, protection_absent
+    w.Put(2, 1).Put(4, 3).Put(1, 1).Put(3, 6);  // profile, sampling_frequency_index, private_bit, channel_config
+    w.Put(1, 0).Put(1, 1).Put(1, 0).Put(1, 1);  // original_copy, home, copyright_identification_bit/_start
+    w.Put(13, 1234).Put(11, 0x7FF).Put(2, 2);   // aac_frame_length, adts_buffer_fullness, raw data blocks
     if (protectionAbsent == 0) w.Put(16, 0xBEEF);  // crc_check
     const auto bytes = Padded(w);
     CBitReader reader(bytes.data());
-    CAudioSupport::CADTS_Header header;
-    header.crc_check = 77;
-    ASSERT_EQ(CAudioSupport::CheckForADTSAACAudioHeader(&reader, &header), S_OK);
+    CAudioSupport::CADTS_Header h;
+    h.crc_check = 77;
+    ASSERT_EQ(CAudioSupport::CheckForADTSAACAudioHeader(&reader, &h), S_OK);
     EXPECT_EQ(BitsRead(reader), static_cast<int64_t>(w.BitCount()));
-    EXPECT_EQ(header.ID, 1);
-    EXPECT_EQ(header.layer, 0);
-    EXPECT_EQ(header.protection_absent, static_cast<int32_t>(protectionAbsent));
-    EXPECT_EQ(header.profile, 1);
-    EXPECT_EQ(header.sampling_frequency_index, 3);
-    EXPECT_EQ(header.private_bit, 1);
-    EXPECT_EQ(header.channel_configuration, 6);
-    EXPECT_EQ(header.original_copy, 0);
-    EXPECT_EQ(header.home, 1);
-    EXPECT_EQ(header.copyright_identification_bit, 0);
-    EXPECT_EQ(header.copyright_identification_start, 1);
-    EXPECT_EQ(header.aac_frame_length, 1234);
-    EXPECT_EQ(header.adts_buffer_fullness, 0x7FF);
-    EXPECT_EQ(header.number_of_raw_data_blocks_in_frame, 2);
-    EXPECT_EQ(header.crc_check, protectionAbsent ? 77 : 0xBEEF);
+    const std::vector<int64_t> read = {h.ID, h.layer, h.protection_absent, h.profile, h.sampling_frequency_index,
+                                       h.private_bit, h.channel_configuration, h.original_copy, h.home,
+                                       h.copyright_identification_bit, h.copyright_identification_start,
+                                       h.aac_frame_length, h.adts_buffer_fullness,
+                                       h.number_of_raw_data_blocks_in_frame, h.crc_check};
+    const int64_t crc = protectionAbsent ? 77 : 0xBEEF;
+    EXPECT_EQ(read, (std::vector<int64_t>{1, 0, protectionAbsent, 1, 3, 1, 6, 0, 1, 0, 1, 1234, 0x7FF, 2, crc}));
   }
 }
 
@@ -87,49 +70,41 @@ TEST(ADTSTest, WrongSyncOrLayerFails) {
 // (none of them 0x56).
 void PutLOASFrame(std::vector<uint8_t>& out, uint32_t payloadBytes) {
   BitWriter w;
-  w.Put(11, 0x2B7);         // syncword
-  w.Put(13, payloadBytes);  // audioMuxLengthBytes
+  w.Put(11, 0x2B7).Put(13, payloadBytes);  // syncword, audioMuxLengthBytes
   for (uint32_t i = 0; i < payloadBytes; ++i) w.Put(8, 0x20 + i % 0x30);
   out.insert(out.end(), w.Bytes().begin(), w.Bytes().end());
 }
 
-TEST(LOASTest, ShortBuffersAndAFrameEndingAtTheBufferEnd) {
+int32_t FindLOAS(const std::vector<uint8_t>& data, size_t length, int32_t& frameLength) {
+  return CAudioSupport::FindAACLOASHeader(data.data(), static_cast<int32_t>(length), frameLength);
+}
+
+TEST(LOASTest, EdgesOfTheBufferAndFalseSyncs) {
   std::vector<uint8_t> nineteen;
   PutLOASFrame(nineteen, 16);
   int32_t frameLength = -5;
-  EXPECT_EQ(CAudioSupport::FindAACLOASHeader(nineteen.data(), 19, frameLength), -1);
+  EXPECT_EQ(FindLOAS(nineteen, 19, frameLength), -1);
   EXPECT_EQ(frameLength, -5) << "below 20 bytes nothing is looked at";
-
   std::vector<uint8_t> twenty;
   PutLOASFrame(twenty, 17);
-  EXPECT_EQ(CAudioSupport::FindAACLOASHeader(twenty.data(), 20, frameLength), 0);
+  EXPECT_EQ(FindLOAS(twenty, 20, frameLength), 0) << "a frame ending at the buffer end";
   EXPECT_EQ(frameLength, 17);
-}
 
-TEST(LOASTest, TheNextSyncAtTheBufferEnd) {
-  std::vector<uint8_t> data(7, 0x11);
-  PutLOASFrame(data, 30);  // frame at 7, ends at 40
-  PutLOASFrame(data, 30);  // the next one at 40
-  int32_t frameLength = 0;
-  // The next sync is wholly there: confirmed.
-  EXPECT_EQ(CAudioSupport::FindAACLOASHeader(data.data(), 42, frameLength), 7);
-  // Only its first byte is there: taken without seeing it.
-  EXPECT_EQ(CAudioSupport::FindAACLOASHeader(data.data(), 41, frameLength), 7);
-  // The frame itself runs past the end: the search ends.
-  EXPECT_EQ(CAudioSupport::FindAACLOASHeader(data.data(), 39, frameLength), -1);
+  std::vector<uint8_t> two(7, 0x11);
+  PutLOASFrame(two, 30);  // frame at 7, ends at 40
+  PutLOASFrame(two, 30);  // the next one at 40
+  EXPECT_EQ(FindLOAS(two, 42, frameLength), 7) << "the next sync wholly there";
+  EXPECT_EQ(FindLOAS(two, 41, frameLength), 7) << "only its first byte there: taken unseen";
+  EXPECT_EQ(FindLOAS(two, 39, frameLength), -1) << "the frame runs past the end";
   EXPECT_EQ(frameLength, 30);
-}
 
-TEST(LOASTest, AFalseSyncWithoutASecondOneIsPassedOver) {
-  std::vector<uint8_t> data(25, 0x42);
-  data[2] = 0x56;  // a sync claiming a payload of 10 bytes, with no sync behind it
-  data[3] = 0xE0;
-  data[4] = 0x0A;
-  const int32_t real = static_cast<int32_t>(data.size());
-  PutLOASFrame(data, 40);
-  PutLOASFrame(data, 40);
-  int32_t frameLength = 0;
-  EXPECT_EQ(CAudioSupport::FindAACLOASHeader(data.data(), static_cast<int32_t>(data.size()), frameLength), real);
+  std::vector<uint8_t> falseSync(25, 0x42);
+  falseSync[2] = 0x56;  // a sync claiming a payload of 10 bytes, with no sync behind it
+  falseSync[3] = 0xE0;
+  falseSync[4] = 0x0A;
+  PutLOASFrame(falseSync, 40);
+  PutLOASFrame(falseSync, 40);
+  EXPECT_EQ(FindLOAS(falseSync, falseSync.size(), frameLength), 25);
   EXPECT_EQ(frameLength, 40);
 }
 
@@ -139,30 +114,24 @@ TEST(LOASTest, FindsTheFirstFrameBehindRandomGarbage) {
     std::vector<uint8_t> data;
     const size_t garbage = random() % 50;
     for (size_t i = 0; i < garbage; ++i) {
-      uint8_t byte = static_cast<uint8_t>(random());
+      const auto byte = static_cast<uint8_t>(random());
       data.push_back(byte == 0x56 ? 0x57 : byte);
     }
     const int frames = 1 + static_cast<int>(random() % 4);
     for (int i = 0; i < frames; ++i) PutLOASFrame(data, 17 + random() % 300);
     int32_t frameLength = 0;
-    EXPECT_EQ(CAudioSupport::FindAACLOASHeader(data.data(), static_cast<int32_t>(data.size()), frameLength),
-              static_cast<int32_t>(garbage));
+    EXPECT_EQ(FindLOAS(data, data.size(), frameLength), static_cast<int32_t>(garbage));
   }
 }
 
 // ---- AudioSpecificConfig ----
 
-void PutGASpecificConfig(BitWriter& w) {
-  w.Put(1, 0);  // frameLengthFlag
-  w.Put(1, 0);  // dependsOnCoreCoder
-  w.Put(1, 0);  // extensionFlag
-}
+// frameLengthFlag, dependsOnCoreCoder, extensionFlag
+void PutGASpecificConfig(BitWriter& w) { w.Put(3, 0); }
 
 BitWriter AudioSpecificConfig(uint32_t objectType, uint32_t frequencyIndex, uint32_t channelConfiguration) {
   BitWriter w;
-  w.Put(5, objectType);             // audioObjectType
-  w.Put(4, frequencyIndex);         // samplingFrequencyIndex
-  w.Put(4, channelConfiguration);   // channelConfiguration
+  w.Put(5, objectType).Put(4, frequencyIndex).Put(4, channelConfiguration);
   PutGASpecificConfig(w);
   return w;
 }
@@ -182,63 +151,54 @@ ReadResult ReadConfig(const BitWriter& w) {
   return result;
 }
 
-TEST(AudioSpecificConfigTest, PlainLowComplexity) {
-  const ReadResult r = ReadConfig(AudioSpecificConfig(2, 3, 2));
-  EXPECT_EQ(r.config.audioObjectType, 2);
-  EXPECT_EQ(r.config.samplingFrequencyIndex, 3);
-  EXPECT_EQ(r.config.samplingFrequency, 48000);
-  EXPECT_EQ(r.config.channelConfiguration, 2);
-  EXPECT_EQ(r.config.sbrPresentFlag, -1);
-  EXPECT_EQ(r.bits, 16u);
-  EXPECT_EQ(r.position, 16);
+TEST(AudioSpecificConfigTest, RatesOfTheIndexAndImplicitSBR) {
+  const struct {
+    uint32_t index, channels, rate;
+    int32_t sbr;
+  } kCases[] = {
+      {3, 2, 48000, -1},
+      {7, 2, 44100, 1},   // 22050 Hz stereo
+      {7, 1, 22050, -1},  // 22050 Hz mono
+      {6, 2, 48000, 1},   // 24000 Hz is still low
+      {12, 1, 0, -1},     // index 12 has no rate here
+  };
+  for (const auto& c : kCases) {
+    SCOPED_TRACE(c.index);
+    const ReadResult r = ReadConfig(AudioSpecificConfig(2, c.index, c.channels));
+    EXPECT_EQ(r.config.audioObjectType, 2);
+    EXPECT_EQ(r.config.samplingFrequencyIndex, static_cast<int32_t>(c.index));
+    EXPECT_EQ(r.config.channelConfiguration, static_cast<int32_t>(c.channels));
+    EXPECT_EQ(r.config.samplingFrequency, c.rate);
+    EXPECT_EQ(r.config.sbrPresentFlag, c.sbr);
+    EXPECT_EQ(r.bits, 16u);
+    EXPECT_EQ(r.position, 16);
+  }
 }
 
-TEST(AudioSpecificConfigTest, EscapedObjectTypeAndExplicitFrequency) {
+TEST(AudioSpecificConfigTest, EscapedObjectTypeExplicitFrequencyAndExplicitSBR) {
   BitWriter escaped;
-  escaped.Put(5, 31);  // audioObjectType: escape
-  escaped.Put(6, 10);  // audioObjectTypeExt
-  escaped.Put(4, 4);   // samplingFrequencyIndex
-  escaped.Put(4, 1);   // channelConfiguration
+  escaped.Put(5, 31).Put(6, 10).Put(4, 4).Put(4, 1);  // escape, audioObjectTypeExt, frequency index, channels
   ReadResult r = ReadConfig(escaped);
   EXPECT_EQ(r.config.audioObjectType, 42);
   EXPECT_EQ(r.config.samplingFrequency, 44100);
   EXPECT_EQ(r.bits, 19u) << "no GASpecificConfig for object type 42";
 
   BitWriter explicitRate;
-  explicitRate.Put(5, 2);       // audioObjectType
-  explicitRate.Put(4, 15);      // samplingFrequencyIndex: explicit
-  explicitRate.Put(24, 37800);  // samplingFrequency
-  explicitRate.Put(4, 2);       // channelConfiguration
+  explicitRate.Put(5, 2).Put(4, 15).Put(24, 37800).Put(4, 2);  // type, index: explicit, samplingFrequency, channels
   PutGASpecificConfig(explicitRate);
   r = ReadConfig(explicitRate);
   EXPECT_EQ(r.config.samplingFrequencyIndex, 15);
   EXPECT_EQ(r.config.samplingFrequency, 37800);
   EXPECT_EQ(r.config.sbrPresentFlag, -1);
   EXPECT_EQ(r.bits, 40u);
-}
 
-TEST(AudioSpecificConfigTest, ExplicitAndImplicitSBR) {
   BitWriter sbr;
-  sbr.Put(5, 5);  // audioObjectType: SBR
-  sbr.Put(4, 6);  // samplingFrequencyIndex: 24000
-  sbr.Put(4, 2);  // channelConfiguration
-  sbr.Put(4, 3);  // extensionSamplingFrequencyIndex: 48000
-  ReadResult r = ReadConfig(sbr);
+  sbr.Put(5, 5).Put(4, 6).Put(4, 2).Put(4, 3);  // type: SBR, 24000 Hz, channels, extension index: 48000 Hz
+  r = ReadConfig(sbr);
   EXPECT_EQ(r.config.audioObjectType, 5);
   EXPECT_EQ(r.config.samplingFrequency, 48000);
   EXPECT_EQ(r.config.sbrPresentFlag, 1);
   EXPECT_EQ(r.bits, 17u);
-
-  r = ReadConfig(AudioSpecificConfig(2, 7, 2));  // 22050 Hz stereo
-  EXPECT_EQ(r.config.samplingFrequency, 44100);
-  EXPECT_EQ(r.config.sbrPresentFlag, 1);
-  r = ReadConfig(AudioSpecificConfig(2, 7, 1));  // 22050 Hz mono
-  EXPECT_EQ(r.config.samplingFrequency, 22050);
-  EXPECT_EQ(r.config.sbrPresentFlag, -1);
-  r = ReadConfig(AudioSpecificConfig(2, 6, 2));  // 24000 Hz is still low
-  EXPECT_EQ(r.config.samplingFrequency, 48000);
-  r = ReadConfig(AudioSpecificConfig(2, 12, 1));
-  EXPECT_EQ(r.config.samplingFrequency, 0) << "index 12 has no rate here";
 }
 
 // 2 front elements (one single, one pair), a side pair, a back single, one
@@ -246,47 +206,21 @@ TEST(AudioSpecificConfigTest, ExplicitAndImplicitSBR) {
 // must count from the ASC's start, not from the buffer's.
 TEST(AudioSpecificConfigTest, ProgramConfigElement) {
   BitWriter asc;
-  asc.Put(5, 2);    // audioObjectType
-  asc.Put(4, 4);    // samplingFrequencyIndex: 44100
-  asc.Put(4, 0);    // channelConfiguration: from the PCE
-  asc.Put(1, 0);    // frameLengthFlag
-  asc.Put(1, 1);    // dependsOnCoreCoder
-  asc.Put(14, 0x3FFF);  // coreCoderDelay
-  asc.Put(1, 0);    // extensionFlag
-  asc.Put(4, 9);    // element_instance_tag
-  asc.Put(2, 1);    // object_type
-  asc.Put(4, 3);    // sampling_frequency_index
-  asc.Put(4, 2);    // num_front_channel_elements
-  asc.Put(4, 1);    // num_side_channel_elements
-  asc.Put(4, 1);    // num_back_channel_elements
-  asc.Put(2, 1);    // num_lfe_channel_elements
-  asc.Put(3, 1);    // num_assoc_data_elements
-  asc.Put(4, 1);    // num_valid_cc_elements
-  asc.Put(1, 1);    // mono_mixdown_present
-  asc.Put(4, 5);    // mono_mixdown_element_number
-  asc.Put(1, 0);    // stereo_mixdown_present
-  asc.Put(1, 1);    // matrix_mixdown_idx_present
-  asc.Put(2, 3);    // matrix_mixdown_idx
-  asc.Put(1, 1);    // pseudo_surround_enable
-  asc.Put(1, 0);    // front_element_is_cpe
-  asc.Put(4, 1);    // front_element_tag_select
-  asc.Put(1, 1);    // front_element_is_cpe
-  asc.Put(4, 2);    // front_element_tag_select
-  asc.Put(1, 1);    // side_element_is_cpe
-  asc.Put(4, 3);    // side_element_tag_select
-  asc.Put(1, 0);    // back_element_is_cpe
-  asc.Put(4, 4);    // back_element_tag_select
-  asc.Put(4, 5);    // lfe_element_tag_select
-  asc.Put(4, 6);    // assoc_data_element_tag_select
-  asc.Put(1, 1);    // cc_element_is_ind_sw
-  asc.Put(4, 7);    // valid_cc_element_tag_select
-  asc.AlignToByte();  // byte_alignment
-  asc.Put(8, 3);    // comment_field_bytes
-  asc.Put(24, 0xFFFFFF);  // comment_field_data
+  asc.Put(5, 2).Put(4, 4).Put(4, 0);            // audioObjectType, 44100 Hz, channels from the PCE
+  asc.Put(1, 0).Put(1, 1).Put(14, 0x3FFF).Put(1, 0);  // frameLengthFlag, dependsOnCoreCoder, delay, extension
+  asc.Put(4, 9).Put(2, 1).Put(4, 3);            // element_instance_tag, object_type, sampling_frequency_index
+  asc.Put(4, 2).Put(4, 1).Put(4, 1).Put(2, 1);  // num_front, num_side, num_back, num_lfe channel elements
+  asc.Put(3, 1).Put(4, 1);                      // num_assoc_data_elements, num_valid_cc_elements
+  asc.Put(1, 1).Put(4, 5).Put(1, 0);            // mono_mixdown_present, its element, stereo_mixdown_present
+  asc.Put(1, 1).Put(2, 3).Put(1, 1);            // matrix_mixdown_idx_present, idx, pseudo_surround_enable
+  asc.Put(1, 0).Put(4, 1).Put(1, 1).Put(4, 2);  // front elements: is_cpe, tag_select
+  asc.Put(1, 1).Put(4, 3).Put(1, 0).Put(4, 4);  // side element, back element
+  asc.Put(4, 5).Put(4, 6).Put(1, 1).Put(4, 7);  // lfe tag, assoc data tag, cc_element_is_ind_sw, cc tag
+  asc.AlignToByte();                            // byte_alignment
+  asc.Put(8, 3).Put(24, 0xFFFFFF);              // comment_field_bytes, comment_field_data
 
   BitWriter buffer;
-  buffer.Put(3, 0b101);
-  buffer.Append(asc);
+  buffer.Put(3, 0b101).Append(asc);
   buffer.Put(8, 0xC3);  // what follows the ASC
   const auto bytes = Padded(buffer);
   CBitReader reader(bytes.data());
@@ -311,13 +245,10 @@ TEST(AudioSpecificConfigTest, GASpecificConfigExtensions) {
       {20, 3 + 3 + 3 + 1},   // layerNr, resilience flags, extensionFlag3
       {22, 3 + 5 + 11 + 1},  // numOfSubFrame, layer_length, extensionFlag3
   };
+  BitWriter w;
+  w.Put(3, 1).Put(32, 0);  // frameLengthFlag, dependsOnCoreCoder, extensionFlag; then zeros
+  const auto bytes = Padded(w);
   for (const auto& c : kCases) {
-    BitWriter w;
-    w.Put(1, 0);  // frameLengthFlag
-    w.Put(1, 0);  // dependsOnCoreCoder
-    w.Put(1, 1);  // extensionFlag
-    w.Put(32, 0);
-    const auto bytes = Padded(w);
     CBitReader reader(bytes.data());
     Config config;
     config.audioObjectType = c.objectType;
@@ -328,32 +259,29 @@ TEST(AudioSpecificConfigTest, GASpecificConfigExtensions) {
 
 // ---- LATM ----
 
-// LatmGetValue() in as few bytes as the value needs.
+// LatmGetValue() in as few bytes as the value needs: bytesForValue, valueTmp.
 void PutLatmValue(BitWriter& w, uint32_t value) {
   uint32_t bytes = 1;
   while (bytes < 4 && (value >> (8 * bytes)) != 0) ++bytes;
-  w.Put(2, bytes - 1);         // bytesForValue
-  w.Put(8 * bytes, value);     // valueTmp
+  w.Put(2, bytes - 1).Put(8 * bytes, value);
+}
+
+// StreamMuxConfig of version 0 up to numLayer of program 0.
+BitWriter Version0Start(bool sameTimeFraming, uint32_t numProgram, uint32_t numLayer) {
+  BitWriter w;
+  // audioMuxVersion, allStreamsSameTimeFraming, numSubFrames, numProgram, numLayer
+  w.Put(1, 0).Put(1, sameTimeFraming).Put(6, 0).Put(4, numProgram).Put(3, numLayer);
+  return w;
 }
 
 // An AudioMuxElement of version 0: one program, one layer, AAC LC 48 kHz
 // stereo, frameLengthType 0, then the payload length 255 + 255 + 10.
 BitWriter SimpleMuxElement() {
   BitWriter w;
-  w.Put(1, 0);   // useSameStreamMux
-  w.Put(1, 0);   // audioMuxVersion
-  w.Put(1, 1);   // allStreamsSameTimeFraming
-  w.Put(6, 0);   // numSubFrames
-  w.Put(4, 0);   // numProgram
-  w.Put(3, 0);   // numLayer
-  w.Append(AudioSpecificConfig(2, 3, 2));
-  w.Put(3, 0);    // frameLengthType
-  w.Put(8, 0xFF); // latmBufferFullness
-  w.Put(1, 0);    // otherDataPresent
-  w.Put(1, 0);    // crcCheckPresent
-  w.Put(8, 255);  // tmp
-  w.Put(8, 255);  // tmp
-  w.Put(8, 10);   // tmp
+  w.Put(1, 0).Append(Version0Start(true, 0, 0)).Append(AudioSpecificConfig(2, 3, 2));  // useSameStreamMux first
+  w.Put(3, 0).Put(8, 0xFF);    // frameLengthType, latmBufferFullness
+  w.Put(1, 0).Put(1, 0);       // otherDataPresent, crcCheckPresent
+  w.Put(8, 255).Put(8, 255).Put(8, 10);  // PayloadLengthInfo
   return w;
 }
 
@@ -396,38 +324,18 @@ TEST(LATMTest, ElementsThatGiveNothingNew) {
   EXPECT_EQ(BitsRead(future), 3);
 }
 
-TEST(LATMTest, LengthBoundsTheConfiguration) {
-  const auto bytes = Padded(SimpleMuxElement());
-  LATMReader refused;
-  CBitReader a(bytes.data());
-  a.ReadBit();  // useSameStreamMux
-  EXPECT_FALSE(refused.StreamMuxConfig(a, 4));
-  LATMReader accepted;
-  CBitReader b(bytes.data());
-  b.ReadBit();  // useSameStreamMux
-  EXPECT_TRUE(accepted.StreamMuxConfig(b, 5));
-}
-
 TEST(LATMTest, Version1SkipsFillBitsToTheExactPosition) {
   BitWriter asc = AudioSpecificConfig(2, 4, 1);
   const uint32_t ascLen = static_cast<uint32_t>(asc.BitCount()) + 13;
   asc.Put(13, 0x1FFF);  // fillBits
   BitWriter w;
-  w.Put(1, 1);             // audioMuxVersion
-  w.Put(1, 0);             // audioMuxVersionA
-  PutLatmValue(w, 0x1234); // taraBufferFullness
-  w.Put(1, 0);             // allStreamsSameTimeFraming
-  w.Put(6, 0);             // numSubFrames
-  w.Put(4, 0);             // numProgram
-  w.Put(3, 0);             // numLayer
-  PutLatmValue(w, ascLen); // ascLen
-  w.Append(asc);
-  w.Put(3, 1);             // frameLengthType
-  w.Put(9, 300);           // frameLength
-  w.Put(1, 1);             // otherDataPresent
-  PutLatmValue(w, 77);     // otherDataLenBits
-  w.Put(1, 1);             // crcCheckPresent
-  w.Put(8, 0xA5);          // crcCheckSum
+  w.Put(1, 1).Put(1, 0);  // audioMuxVersion, audioMuxVersionA
+  PutLatmValue(w, 0x1234);  // taraBufferFullness
+  w.Put(1, 0).Put(6, 0).Put(4, 0).Put(3, 0);  // allStreamsSameTimeFraming, numSubFrames, numProgram, numLayer
+  PutLatmValue(w, ascLen);
+  w.Append(asc).Put(3, 1).Put(9, 300).Put(1, 1);  // frameLengthType, frameLength, otherDataPresent
+  PutLatmValue(w, 77);                            // otherDataLenBits
+  w.Put(1, 1).Put(8, 0xA5);                       // crcCheckPresent, crcCheckSum
   const auto bytes = Padded(w);
   CBitReader reader(bytes.data());
   LATMReader latm;
@@ -447,20 +355,10 @@ TEST(LATMTest, Version1SkipsFillBitsToTheExactPosition) {
 }
 
 TEST(LATMTest, Version0OtherDataLengthIsEscaped) {
-  BitWriter w;
-  w.Put(1, 0);   // audioMuxVersion
-  w.Put(1, 1);   // allStreamsSameTimeFraming
-  w.Put(6, 0);   // numSubFrames
-  w.Put(4, 0);   // numProgram
-  w.Put(3, 0);   // numLayer
-  w.Append(AudioSpecificConfig(2, 3, 2));
-  w.Put(3, 2);   // frameLengthType: nothing follows
-  w.Put(1, 1);   // otherDataPresent
-  w.Put(1, 1);   // otherDataLenEsc
-  w.Put(8, 1);   // otherDataLenTmp
-  w.Put(1, 0);   // otherDataLenEsc
-  w.Put(8, 2);   // otherDataLenTmp
-  w.Put(1, 0);   // crcCheckPresent
+  BitWriter w = Version0Start(true, 0, 0);
+  w.Append(AudioSpecificConfig(2, 3, 2)).Put(3, 2).Put(1, 1);  // frameLengthType: nothing follows; otherDataPresent
+  w.Put(1, 1).Put(8, 1).Put(1, 0).Put(8, 2);  // otherDataLenEsc, otherDataLenTmp, twice
+  w.Put(1, 0);                                // crcCheckPresent
   const auto bytes = Padded(w);
   CBitReader reader(bytes.data());
   LATMReader latm;
@@ -474,33 +372,14 @@ TEST(LATMTest, Version0OtherDataLengthIsEscaped) {
 // program 1 with one; chunked payload lengths.
 TEST(LATMTest, ProgramsLayersAndChunks) {
   BitWriter w;
-  w.Put(1, 0);   // useSameStreamMux
-  w.Put(1, 0);   // audioMuxVersion
-  w.Put(1, 0);   // allStreamsSameTimeFraming
-  w.Put(6, 0);   // numSubFrames
-  w.Put(4, 1);   // numProgram
-  w.Put(3, 1);   // numLayer, program 0
-  w.Append(AudioSpecificConfig(2, 3, 2));
-  w.Put(3, 0);   // frameLengthType, stream 0
-  w.Put(8, 7);   // latmBufferFullness
-  w.Put(1, 1);   // useSameConfig, layer 1
-  w.Put(3, 1);   // frameLengthType, stream 1
-  w.Put(9, 222); // frameLength
-  w.Put(3, 0);   // numLayer, program 1
-  w.Put(1, 0);   // useSameConfig
-  w.Append(AudioSpecificConfig(2, 4, 1));
-  w.Put(3, 0);   // frameLengthType, stream 2
-  w.Put(8, 9);   // latmBufferFullness
-  w.Put(1, 0);   // otherDataPresent
-  w.Put(1, 0);   // crcCheckPresent
-  w.Put(4, 1);   // numChunk
-  w.Put(4, 2);   // streamIndx
-  w.Put(8, 20);  // tmp
-  w.Put(1, 1);   // AuEndFlag
-  w.Put(4, 0);   // streamIndx
-  w.Put(8, 255); // tmp
-  w.Put(8, 3);   // tmp
-  w.Put(1, 0);   // AuEndFlag
+  w.Put(1, 0).Append(Version0Start(false, 1, 1));  // useSameStreamMux, then 2 programs, 2 layers in program 0
+  w.Append(AudioSpecificConfig(2, 3, 2)).Put(3, 0).Put(8, 7);  // frameLengthType, latmBufferFullness: stream 0
+  w.Put(1, 1).Put(3, 1).Put(9, 222);  // layer 1: useSameConfig, frameLengthType, frameLength
+  w.Put(3, 0).Put(1, 0);              // program 1: numLayer, useSameConfig
+  w.Append(AudioSpecificConfig(2, 4, 1)).Put(3, 0).Put(8, 9);  // stream 2
+  w.Put(1, 0).Put(1, 0).Put(4, 1);    // otherDataPresent, crcCheckPresent, numChunk
+  w.Put(4, 2).Put(8, 20).Put(1, 1);   // streamIndx, tmp, AuEndFlag
+  w.Put(4, 0).Put(8, 255).Put(8, 3).Put(1, 0);
   const auto bytes = Padded(w);
   CBitReader reader(bytes.data());
   LATMReader latm;
@@ -524,20 +403,16 @@ TEST(LATMTest, ProgramsLayersAndChunks) {
 }
 
 TEST(LATMTest, MoreThanSixteenStreamsAreRefused) {
-  BitWriter w;
-  w.Put(1, 0);    // audioMuxVersion
-  w.Put(1, 1);    // allStreamsSameTimeFraming
-  w.Put(6, 0);    // numSubFrames
-  w.Put(4, 15);   // numProgram
+  BitWriter w = Version0Start(true, 15, 7);
   for (int prog = 0; prog < 16; ++prog) {
-    w.Put(3, 7);  // numLayer
+    if (prog > 0) w.Put(3, 7);  // numLayer
     for (int lay = 0; lay < 8; ++lay) {
       if (prog == 0 && lay == 0) {
         w.Append(AudioSpecificConfig(2, 3, 2));
       } else {
         w.Put(1, 1);  // useSameConfig
       }
-      w.Put(3, 2);    // frameLengthType
+      w.Put(3, 2);  // frameLengthType
     }
   }
   const auto bytes = Padded(w);
@@ -551,16 +426,13 @@ TEST(AACDurationTest, OneOrTwoThousandSamples) {
   CAudioStreamParameters params;
   params.samplingRate = 48000;
   CAudioSupport::ComputeAACAudioFrameDurationTicks(params);
-  EXPECT_EQ(params.frameDurationTicks, 1920u);
-  EXPECT_EQ(params.frameDurationFraction, 0u);
+  EXPECT_EQ(MilliTicks(params), 1920000u);
   params.samplingRate = 44100;
   CAudioSupport::ComputeAACAudioFrameDurationTicks(params);
-  EXPECT_EQ(params.frameDurationTicks, 2089u);
-  EXPECT_EQ(params.frameDurationFraction, 795u);
+  EXPECT_EQ(MilliTicks(params), 2089795u);
   params.aacDoubleRate = 1;
-  params.samplingRate = 48000;
   CAudioSupport::ComputeAACAudioFrameDurationTicks(params);
-  EXPECT_EQ(params.frameDurationTicks, 3840u);
+  EXPECT_EQ(MilliTicks(params), 4179591u);
 }
 
 }  // namespace

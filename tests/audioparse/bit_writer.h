@@ -11,9 +11,11 @@ namespace corvane::test {
 
 class BitWriter {
  public:
-  // Appends the low `bits` bits of value (0 to 32 bits), highest first.
-  void Put(int bits, uint64_t value) {
+  // Appends the low `bits` bits of value (0 to 32 bits), highest first;
+  // returns the writer so that a header's fields chain on a few lines.
+  BitWriter& Put(int bits, uint64_t value) {
     for (int i = bits - 1; i >= 0; --i) PutBit(((value >> i) & 1u) != 0);
+    return *this;
   }
 
   void PutBit(bool bit) {
@@ -23,8 +25,9 @@ class BitWriter {
   }
 
   // Appends every bit that `other` holds.
-  void Append(const BitWriter& other) {
+  BitWriter& Append(const BitWriter& other) {
     for (size_t i = 0; i < other.bitCount_; ++i) PutBit(((other.bytes_[i / 8] >> (7 - i % 8)) & 1u) != 0);
+    return *this;
   }
 
   // Zero bits up to the next byte boundary.

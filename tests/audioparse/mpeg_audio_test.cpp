@@ -12,6 +12,7 @@
 namespace {
 
 using corvane::test::BitWriter;
+using corvane::test::MilliTicks;
 
 constexpr uint32_t kLayerIII = 1;
 constexpr uint32_t kLayerII = 2;
@@ -33,17 +34,10 @@ struct MPEGFields {
 
 std::vector<uint8_t> MPEGHeader(const MPEGFields& f) {
   BitWriter w;
-  w.Put(11, 0x7FF);           // syncword
-  w.Put(2, f.version);        // ID, with the MPEG-2.5 extension
-  w.Put(2, f.layer);          // layer
-  w.Put(1, 1);                // protection_bit
-  w.Put(4, f.bitrateIndex);   // bitrate_index
-  w.Put(2, f.samplingCode);   // sampling_frequency
-  w.Put(1, f.padding);        // padding_bit
-  w.Put(1, 0);                // private_bit
-  w.Put(2, f.mode);           // mode
-  w.Put(2, 0);                // mode_extension
-  w.Put(4, 0);                // copyright, original/copy, emphasis
+  // syncword, ID with the MPEG-2.5 extension, layer, protection_bit, bitrate_index, sampling_frequency
+  w.Put(11, 0x7FF).Put(2, f.version).Put(2, f.layer).Put(1, 1).Put(4, f.bitrateIndex).Put(2, f.samplingCode);
+  // padding_bit, private_bit, mode, mode_extension, copyright, original/copy, emphasis
+  w.Put(1, f.padding).Put(1, 0).Put(2, f.mode).Put(2, 0).Put(4, 0);
   w.PadToSize(8);
   return w.Bytes();
 }
@@ -54,9 +48,7 @@ int32_t Parse(CAudioStreamParameters& params, const MPEGFields& fields, bool ign
 
 TEST(MPEGAudioTest, FirstHeaderWithPaddingThenTheShortWay) {
   CAudioStreamParameters params;
-  MPEGFields fields;
-  fields.samplingCode = k44100;
-  fields.padding = 1;
+  MPEGFields fields{.samplingCode = k44100, .padding = 1};
   EXPECT_EQ(Parse(params, fields), 418);
   EXPECT_EQ(params.frameSize, 417u) << "frameSize never holds the padding slot";
   EXPECT_EQ(params.streamType, AUDIO_STREAM_MPEG);
@@ -84,48 +76,33 @@ TEST(MPEGAudioTest, FirstHeaderWithPaddingThenTheShortWay) {
 
 TEST(MPEGAudioTest, FrameSizesAndDurations) {
   const struct {
-    uint32_t layer, bitrateIndex, samplingCode;
-    uint32_t frameSize, ticks, fraction;
+    uint32_t layer, bitrateIndex, samplingCode, frameSize;
+    uint64_t milliTicks;
   } kCases[] = {
-      {kLayerII, 8, k48000, 384, 2160, 0},     // 128 kbit/s
-      {kLayerII, 8, k44100, 417, 2351, 20},    // 128 kbit/s
-      {kLayerII, 8, k32000, 576, 3240, 0},     // 128 kbit/s
-      {kLayerI, 4, k48000, 128, 720, 0},       // 128 kbit/s
-      {kLayerI, 14, k44100, 484, 783, 673},    // 448 kbit/s: 4 * 121
-      {kLayerIII, 9, k44100, 417, 2351, 20},   // 128 kbit/s
-      {kLayerIII, 14, k48000, 960, 2160, 0},   // 320 kbit/s
+      {kLayerII, 8, k48000, 384, 2160000},    // 128 kbit/s
+      {kLayerII, 8, k44100, 417, 2351020},    // 128 kbit/s
+      {kLayerII, 8, k32000, 576, 3240000},    // 128 kbit/s
+      {kLayerI, 4, k48000, 128, 720000},      // 128 kbit/s
+      {kLayerI, 14, k44100, 484, 783673},     // 448 kbit/s: 4 * 121
+      {kLayerIII, 9, k44100, 417, 2351020},   // 128 kbit/s
+      {kLayerIII, 14, k48000, 960, 2160000},  // 320 kbit/s
   };
   for (const auto& c : kCases) {
     CAudioStreamParameters params;
-    MPEGFields fields;
-    fields.layer = c.layer;
-    fields.bitrateIndex = c.bitrateIndex;
-    fields.samplingCode = c.samplingCode;
+    const MPEGFields fields{.layer = c.layer, .bitrateIndex = c.bitrateIndex, .samplingCode = c.samplingCode};
     EXPECT_EQ(Parse(params, fields), static_cast<int32_t>(c.frameSize)) << "layer code " << c.layer;
-    EXPECT_EQ(params.frameDurationTicks, c.ticks);
-    EXPECT_EQ(params.frameDurationFraction, c.fraction);
+    EXPECT_EQ(MilliTicks(params), c.milliTicks);
   }
 }
 
 TEST(MPEGAudioTest, InvalidFields) {
   CAudioStreamParameters params;
-  for (uint32_t index : {0u, 15u}) {
-    MPEGFields fields;
-    fields.bitrateIndex = index;
-    EXPECT_EQ(Parse(params, fields), -3);
-  }
-  MPEGFields noLayer;
-  noLayer.layer = 0;
-  EXPECT_EQ(Parse(params, noLayer), -3);
-  MPEGFields reservedRate;
-  reservedRate.samplingCode = 3;
-  EXPECT_EQ(Parse(params, reservedRate), -3);
+  EXPECT_EQ(Parse(params, {.bitrateIndex = 0}), -3);
+  EXPECT_EQ(Parse(params, {.bitrateIndex = 15}), -3);
+  EXPECT_EQ(Parse(params, {.layer = 0}), -3);
+  EXPECT_EQ(Parse(params, {.samplingCode = 3}), -3);
   for (uint32_t index = 1; index < 15; ++index) {
-    MPEGFields monoLayerIII;
-    monoLayerIII.layer = kLayerIII;
-    monoLayerIII.mode = kMono;
-    monoLayerIII.bitrateIndex = index;
-    EXPECT_EQ(Parse(params, monoLayerIII), -3) << "index " << index;
+    EXPECT_EQ(Parse(params, {.layer = kLayerIII, .bitrateIndex = index, .mode = kMono}), -3) << "index " << index;
   }
   EXPECT_EQ(params.streamType, AUDIO_STREAM_UNKNOWN);
 }
@@ -146,12 +123,8 @@ TEST(MPEGAudioTest, BitRatesNotAllowedInTheChannelMode) {
   for (const auto& c : kCases) {
     for (uint32_t index = 1; index < 15; ++index) {
       CAudioStreamParameters params;
-      MPEGFields fields;
-      fields.layer = c.layer;
-      fields.mode = c.mode;
-      fields.bitrateIndex = index;
       const bool refused = std::find(c.refused.begin(), c.refused.end(), index) != c.refused.end();
-      const int32_t result = Parse(params, fields);
+      const int32_t result = Parse(params, {.layer = c.layer, .bitrateIndex = index, .mode = c.mode});
       EXPECT_EQ(result == -6, refused) << "layer code " << c.layer << " mode " << c.mode << " index " << index;
       EXPECT_EQ(params.bitRate, CAudioSupport::MPEG1AudioBitrates[c.layer - 1][index] * 1000);
       EXPECT_EQ(params.streamType, refused ? AUDIO_STREAM_UNKNOWN : AUDIO_STREAM_MPEG);
@@ -160,41 +133,25 @@ TEST(MPEGAudioTest, BitRatesNotAllowedInTheChannelMode) {
 }
 
 TEST(MPEGAudioTest, OtherVersionsAndStreamChanges) {
-  MPEGFields mpeg2;
-  mpeg2.version = 2;
+  const MPEGFields mpeg2{.version = 2};
   CAudioStreamParameters fresh;
   EXPECT_EQ(Parse(fresh, mpeg2), -4);
 
   CAudioStreamParameters known;
-  ASSERT_EQ(Parse(known, MPEGFields{}), 384);
+  ASSERT_EQ(Parse(known, {}), 384);
   EXPECT_EQ(Parse(known, mpeg2), -2);
-  MPEGFields otherRate;
-  otherRate.samplingCode = k32000;
   // With the last header's bytes and bit rate the short way answers, and it
-  // does not look at the sampling code.
-  EXPECT_EQ(Parse(known, otherRate), 384);
-  otherRate.bitrateIndex = 9;
-  EXPECT_EQ(Parse(known, otherRate), -2);
-  MPEGFields mono;
-  mono.mode = kMono;
-  mono.bitrateIndex = 4;
-  EXPECT_EQ(Parse(known, mono), -2);
+  // does not look at the sampling code unless it is reserved.
+  EXPECT_EQ(Parse(known, {.samplingCode = k32000}), 384);
+  EXPECT_EQ(Parse(known, {.samplingCode = 3}), -1);
+  EXPECT_EQ(Parse(known, {.bitrateIndex = 9, .samplingCode = k32000}), -2);
+  EXPECT_EQ(Parse(known, {.bitrateIndex = 4, .mode = kMono}), -2);
   // A new bit rate in the same stream takes the long way and is accepted.
-  MPEGFields faster;
-  faster.bitrateIndex = 10;
-  EXPECT_EQ(Parse(known, faster), 576);
+  EXPECT_EQ(Parse(known, {.bitrateIndex = 10}), 576);
   EXPECT_EQ(known.bitRateCode, 10);
 }
 
-TEST(MPEGAudioTest, ReservedRateOnTheShortWay) {
-  CAudioStreamParameters params;
-  ASSERT_EQ(Parse(params, MPEGFields{}), 384);
-  MPEGFields reserved;
-  reserved.samplingCode = 3;
-  EXPECT_EQ(Parse(params, reserved), -1);
-}
-
-TEST(MPEGAudioTest, MissingSyncwordThrowsCorruptFrameHeader) {
+TEST(MPEGAudioTest, MissingSyncwordThrowsCorruptFrameHeaderCode) {
   auto header = MPEGHeader(MPEGFields{});
   header[1] = 0xDF;
   CAudioStreamParameters params;
@@ -202,8 +159,7 @@ TEST(MPEGAudioTest, MissingSyncwordThrowsCorruptFrameHeader) {
     CAudioSupport::ParseMP2ADTSHeader(params, header.data(), false);
     FAIL() << "no exception";
   } catch (const CStreamException& e) {
-    EXPECT_EQ(e.code, 12);
-    EXPECT_STREQ(e.GetMessage(), "Audio Corrupt Frame Header");
+    EXPECT_EQ(e.code, 12);  // its text is checked with the other codes'
     EXPECT_EQ(e.detail[0], '\0');
   }
 }
@@ -225,7 +181,6 @@ TEST(MPEGAudioTest, SamplingRateCodes) {
   EXPECT_EQ(CAudioSupport::GetMPEG1SamplingIndexFromRate(22050), 4);
   EXPECT_EQ(CAudioSupport::GetMPEG1SamplingIndexFromRate(96000), 4);
   EXPECT_EQ(CAudioSupport::GetLPCMSamplingIndexFromRate(22050), 4);
-  EXPECT_EQ(CAudioSupport::LPCMQuantization[1], 20u);
 }
 
 }  // namespace

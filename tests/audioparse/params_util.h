@@ -1,7 +1,9 @@
 // Helpers for the header parser tests: a parameter record whose every field
-// holds a value no parser writes, and a field-by-field comparison.
+// holds a value no parser writes, a field-by-field comparison, and the frame
+// duration in thousandths of a tick.
 #pragma once
 
+#include <cstdint>
 #include <tuple>
 
 #include "core/audio_params.h"
@@ -38,6 +40,10 @@ inline auto Fields(const CAudioStreamParameters& p) {
 
 inline bool SameParameters(const CAudioStreamParameters& a, const CAudioStreamParameters& b) {
   return Fields(a) == Fields(b);
+}
+
+inline uint64_t MilliTicks(const CAudioStreamParameters& p) {
+  return uint64_t{p.frameDurationTicks} * 1000 + p.frameDurationFraction;
 }
 
 }  // namespace corvane::test

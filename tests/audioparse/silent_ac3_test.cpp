@@ -1,8 +1,6 @@
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -11,9 +9,13 @@
 
 #include "audioparse/audio_support.h"
 #include "audioparse/silent_ac3_frames.h"
-#include "platform/buffer_alloc.h"
+#include "support/library_checks.h"
+#include "support/run_process.h"
+#include "support/temp_folder.h"
 
 namespace {
+
+using corvane::test::RunProcess;
 
 // The remainder of the frame's bits, read as a polynomial most significant
 // bit first, divided by ATSC A/52's generator x^16 + x^15 + x^2 + 1: plain
@@ -85,7 +87,9 @@ TEST(SilentAC3Test, HeadersReadBack) {
   }
 }
 
-TEST(SilentAC3Test, RequestsPickTheHighestFrameNotAboveTheRate) {
+using SilentAC3RequestTest = corvane::test::LeakCheckedTest;
+
+TEST_F(SilentAC3RequestTest, PicksTheHighestFrameNotAboveTheRate) {
   const struct {
     uint32_t channels, bitRate, size;
     int32_t frameChannels;
@@ -94,7 +98,6 @@ TEST(SilentAC3Test, RequestsPickTheHighestFrameNotAboveTheRate) {
       {2, 0, 512, 2},       {1, 448000, 1792, 2},  {4, 4000000, 1792, 2}, {5, 447999, 1536, 5},
       {3, 384000, 1536, 2}, {2, 255999, 896, 2},
   };
-  const int64_t blocks = BufferLiveBlocks();
   for (const auto& c : kCases) {
     CAudioFrame frame;
     frame.samplingRate = 44100;
@@ -112,72 +115,53 @@ TEST(SilentAC3Test, RequestsPickTheHighestFrameNotAboveTheRate) {
     ASSERT_EQ(CAudioSupport::GetSilentAC3Frame(c.channels, c.bitRate, frame), S_OK);
     EXPECT_EQ(frame.payloadLength, c.size);
   }
-  EXPECT_EQ(BufferLiveBlocks(), blocks);
 }
 
-std::vector<uint8_t> ReadWhole(FILE* stream) {
-  std::vector<uint8_t> bytes;
-  uint8_t chunk[65536];
-  size_t got = 0;
-  while ((got = std::fread(chunk, 1, sizeof(chunk), stream)) > 0) bytes.insert(bytes.end(), chunk, chunk + got);
-  return bytes;
+std::string ReadAll(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  EXPECT_TRUE(file.good()) << path;
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
 TEST(SilentAC3Test, CheckedInTableIsTheGeneratorsOutput) {
-  FILE* generator = popen(CORVANE_BUILD_DIR "/bin/corvane_ac3gen", "r");
-  ASSERT_NE(generator, nullptr);
-  const std::vector<uint8_t> generated = ReadWhole(generator);
-  ASSERT_EQ(pclose(generator), 0);
-  std::ifstream file(CORVANE_TEST_DATA "/../../src/audioparse/silent_ac3_frames.cpp", std::ios::binary);
-  ASSERT_TRUE(file.good());
-  const std::vector<uint8_t> checkedIn((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-  EXPECT_TRUE(generated == checkedIn) << "regenerate with: build/bin/corvane_ac3gen src/audioparse/silent_ac3_frames.cpp";
+  const auto generated = RunProcess(CORVANE_BUILD_DIR "/bin/corvane_ac3gen");
+  ASSERT_EQ(generated.exitStatus, 0);
+  EXPECT_TRUE(generated.output == ReadAll(CORVANE_TEST_DATA "/../../src/audioparse/silent_ac3_frames.cpp"))
+      << "regenerate with: build/bin/corvane_ac3gen src/audioparse/silent_ac3_frames.cpp";
 }
 
-bool HaveFFmpeg() { return std::system("command -v ffmpeg >/dev/null 2>&1") == 0; }
-
 struct Decoded {
-  std::vector<uint8_t> pcm;
+  std::string pcm;
   std::string errors;
 };
 
 // Decodes an AC-3 stream with FFmpeg, CRCs checked, into 16-bit PCM.
-Decoded DecodeWithFFmpeg(const std::vector<uint8_t>& stream, const std::string& name) {
-  const std::string input = ::testing::TempDir() + "corvane_silent_" + std::to_string(getpid()) + "_" + name + ".ac3";
-  const std::string errors = input + ".err";
-  FILE* out = std::fopen(input.c_str(), "wb");
-  std::fwrite(stream.data(), 1, stream.size(), out);
-  std::fclose(out);
-  const std::string command = "ffmpeg -nostdin -hide_banner -v error -err_detect crccheck+explode -f ac3 -i '" + input +
-                              "' -f s16le - 2>'" + errors + "'";
-  FILE* decoder = popen(command.c_str(), "r");
-  Decoded decoded;
-  decoded.pcm = ReadWhole(decoder);
-  pclose(decoder);
-  std::ifstream log(errors);
-  decoded.errors.assign(std::istreambuf_iterator<char>(log), std::istreambuf_iterator<char>());
-  std::remove(input.c_str());
-  std::remove(errors.c_str());
-  return decoded;
+Decoded DecodeWithFFmpeg(const std::string& stream) {
+  const corvane::test::TempFolder folder;
+  const std::string input = folder.Write("in.ac3", stream);
+  const std::string errors = folder.Path() + "/errors";
+  const auto decoded = RunProcess("ffmpeg -nostdin -hide_banner -v error -err_detect crccheck+explode -f ac3 -i '" +
+                                  input + "' -f s16le - 2>'" + errors + "'");
+  return {decoded.output, ReadAll(errors)};
 }
 
 TEST(SilentAC3Test, FFmpegDecodesEveryFrameAsSilence) {
-  if (!HaveFFmpeg()) GTEST_SKIP() << "ffmpeg is not installed";
+  if (std::system("command -v ffmpeg >/dev/null 2>&1") != 0) GTEST_SKIP() << "ffmpeg is not installed";
   constexpr int kCopies = 3;
   for (size_t i = 0; i < g_silentAC3FrameCount; ++i) {
     const SilentAC3FrameData& frame = g_silentAC3Frames[i];
-    std::vector<uint8_t> stream;
-    for (int copy = 0; copy < kCopies; ++copy) stream.insert(stream.end(), frame.bytes, frame.bytes + frame.size);
-    const Decoded decoded = DecodeWithFFmpeg(stream, frame.name);
+    std::string stream;
+    for (int copy = 0; copy < kCopies; ++copy) stream.append(frame.bytes, frame.bytes + frame.size);
+    const Decoded decoded = DecodeWithFFmpeg(stream);
     EXPECT_EQ(decoded.errors, "") << frame.name;
     const size_t channels = ExpectedOf(frame.name).surround ? 6 : 2;
     EXPECT_EQ(decoded.pcm.size(), kCopies * 1536 * channels * 2) << frame.name;
-    EXPECT_EQ(std::count(decoded.pcm.begin(), decoded.pcm.end(), 0), static_cast<long>(decoded.pcm.size()))
+    EXPECT_EQ(std::count(decoded.pcm.begin(), decoded.pcm.end(), '\0'), static_cast<long>(decoded.pcm.size()))
         << frame.name << " decodes to something other than digital silence";
 
     // The oracle notices a damaged frame: one flipped bit in the zero fill.
     stream[frame.size + frame.size / 2] ^= 0x10;
-    EXPECT_NE(DecodeWithFFmpeg(stream, frame.name).errors, "") << frame.name;
+    EXPECT_NE(DecodeWithFFmpeg(stream).errors, "") << frame.name;
   }
 }
 

@@ -4,12 +4,12 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "platform/logger.h"
 #include "primitives/prim.h"
 #include "support/run_process.h"
 #include "support/temp_folder.h"
@@ -26,20 +26,16 @@ using corvane::test::TempFolder;
 class StartUpTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    std::memcpy(saved_.organization, CWinAppQBX::organizationName, sizeof(saved_.organization));
-    std::memcpy(saved_.application, CWinAppQBX::applicationName, sizeof(saved_.application));
-    std::memcpy(saved_.lp, CWinAppQBX::lpValue, sizeof(saved_.lp));
-    saved_.language = CWinAppQBX::languageCode;
-    CWinAppQBX::organizationName[0] = '\0';
-    CWinAppQBX::applicationName[0] = '\0';
-    CWinAppQBX::lpValue[0] = '\0';
-    CWinAppQBX::languageCode.clear();
+    for (int i = 0; i < 3; ++i) std::memcpy(saved_[i], kNames[i], sizeof(saved_[i]));
+    ClearNames();
+    savedLanguage_ = std::exchange(CWinAppQBX::languageCode, "");
   }
   void TearDown() override {
-    std::memcpy(CWinAppQBX::organizationName, saved_.organization, sizeof(saved_.organization));
-    std::memcpy(CWinAppQBX::applicationName, saved_.application, sizeof(saved_.application));
-    std::memcpy(CWinAppQBX::lpValue, saved_.lp, sizeof(saved_.lp));
-    CWinAppQBX::languageCode = saved_.language;
+    for (int i = 0; i < 3; ++i) std::memcpy(kNames[i], saved_[i], sizeof(saved_[i]));
+    CWinAppQBX::languageCode = savedLanguage_;
+  }
+  static void ClearNames() {
+    for (char* name : kNames) name[0] = '\0';
   }
 
   CPlatformPaths Paths(const std::string& executable = "editor") const {
@@ -52,10 +48,6 @@ class StartUpTest : public ::testing::Test {
   void WriteLanguageCode(const std::string& code, const std::string& names = "Brackwater Systems/Tessaline-Orbelle4") {
     folder_.Write("config/" + names + ".ini", "[StartUp]\nLanguageCode=" + code + "\n");
   }
-  void InstallLanguageModule(const std::string& code) const {
-    folder_.Copy(CORVANE_TEST_LANGUAGE_MODULE, "lib/Languages/libcorvane" + code + ".so");
-  }
-  void WriteHelpFile(const std::string& name) const { folder_.Write("lib/" + name, "help"); }
 
   // True when the application's resources come from the test's language module.
   static bool UsesTestLanguageModule(const CWinApp& app) {
@@ -67,12 +59,10 @@ class StartUpTest : public ::testing::Test {
   TempFolder folder_;
 
  private:
-  struct {
-    char organization[128];
-    char application[128];
-    char lp[128];
-    std::string language;
-  } saved_;
+  static constexpr char* kNames[3] = {CWinAppQBX::organizationName, CWinAppQBX::applicationName,
+                                      CWinAppQBX::lpValue};
+  char saved_[3][128];
+  std::string savedLanguage_;
 };
 
 TEST_F(StartUpTest, WithoutRedirectFileTheDefaultNamesStand) {
@@ -90,24 +80,31 @@ TEST_F(StartUpTest, WithoutRedirectFileTheDefaultNamesStand) {
   EXPECT_EQ(app.HelpFilePath(), Folder("lib/QBX-ORB.chm"));
 }
 
-TEST_F(StartUpTest, KeysIgnoreCaseAndValuesLoseOnlyTheirLineFeed) {
-  WriteRedirect("QBX_REGISTRY.ini", "ORGANIZATION=Acme Corp\nApplication=Studio Pro\r\nLP=last line, no feed");
-  CWinAppQBX app(Paths());
-  EXPECT_STREQ(CWinAppQBX::organizationName, "Acme Corp");
-  EXPECT_STREQ(CWinAppQBX::applicationName, "Studio Pro");
-  CWinApp& platformApp = app;
-  EXPECT_EQ(static_cast<CWinAppQBX&>(platformApp).GetLpValue(), "last line, no feed");
-  EXPECT_EQ(app.AppName(), "Studio Pro");
-  EXPECT_EQ(app.RegistryKey(), "Acme Corp");
-}
-
-TEST_F(StartUpTest, ShortKeysAtLineStartAndTheLastSettingWins) {
-  WriteRedirect("QBX_REGISTRY.ini",
-                "o=First\na=One\nO=Second\n o=indented\norg=ignored\nname=ignored\nlp=a=b\nA=\n");
-  CWinAppQBX app(Paths());
-  EXPECT_STREQ(CWinAppQBX::organizationName, "Second");
-  EXPECT_STREQ(CWinAppQBX::applicationName, "");  // an empty value is still the last word
-  EXPECT_STREQ(CWinAppQBX::lpValue, "a=b");
+TEST_F(StartUpTest, RedirectFileLines) {
+  const struct {
+    std::string text, organization, application, lp;
+  } kCases[] = {
+      // Keys ignore case; values lose only their line feed (and a carriage return before it).
+      {"ORGANIZATION=Acme Corp\nApplication=Studio Pro\r\nLP=last line, no feed", "Acme Corp", "Studio Pro",
+       "last line, no feed"},
+      // Short keys count only at the line's start; the last setting wins, an empty one too.
+      {"o=First\na=One\nO=Second\n o=indented\norg=ignored\nname=ignored\nlp=a=b\nA=\n", "Second", "", "a=b"},
+      // A read takes 1023 characters of the "a=" line; the rest, "o=Tail", is a line
+      // of its own. Values are cut to 127 characters.
+      {"a=" + std::string(1021, 'y') + "o=Tail\n", "Tail", std::string(127, 'y'), ""},
+  };
+  for (const auto& c : kCases) {
+    SCOPED_TRACE(c.text.substr(0, 40));
+    ClearNames();
+    WriteRedirect("QBX_REGISTRY.ini", c.text);
+    CWinAppQBX app(Paths());
+    EXPECT_EQ(std::string(CWinAppQBX::organizationName), c.organization);
+    EXPECT_EQ(std::string(CWinAppQBX::applicationName), c.application);
+    CWinApp& platformApp = app;
+    EXPECT_EQ(static_cast<CWinAppQBX&>(platformApp).GetLpValue(), c.lp);
+    EXPECT_EQ(app.AppName(), c.application);
+    EXPECT_EQ(app.RegistryKey(), c.organization);
+  }
 }
 
 TEST_F(StartUpTest, FileNamedAfterTheExecutableIsTheSecondChoice) {
@@ -135,77 +132,44 @@ TEST_F(StartUpTest, RedirectFileIsReadOnlyWhileTheNamesAreUnset) {
   EXPECT_STREQ(CWinAppQBX::applicationName, "After App");
 }
 
-TEST_F(StartUpTest, LongValuesAreCutAndLongLinesSplitAt1023Characters) {
-  // The first read takes 1023 characters of the "a=" line; the rest, "o=Tail",
-  // comes back as a line of its own.
-  WriteRedirect("QBX_REGISTRY.ini", "a=" + std::string(1021, 'y') + "o=Tail\n");
-  CWinAppQBX app(Paths());
-  EXPECT_EQ(std::string(CWinAppQBX::applicationName), std::string(127, 'y'));
-  EXPECT_STREQ(CWinAppQBX::organizationName, "Tail");
-}
-
-TEST_F(StartUpTest, LanguageModuleAndLocalisedHelpFile) {
-  WriteLanguageCode("DEU");
-  InstallLanguageModule("DEU");
-  {
+// The steps run in order in one folder: modules and help files stay installed.
+TEST_F(StartUpTest, LanguageModulesAndLocalisedHelpFiles) {
+  enum Module { kNone, kReal, kBroken };
+  const struct {
+    std::string code;
+    Module module;
+    bool helpFile;
+    std::string languageCode;  // as the application keeps it
+    bool usesModule;
+    std::string help;  // the help file chosen, in lib/
+  } kSteps[] = {
+      {"DEU", kReal, false, "DEU", true, "QBX-ORB.chm"},  // no localised help file yet
+      {"DEU", kNone, true, "DEU", true, "QBX-ORB_DEU.chm"},
+      // English keeps the help file but still loads its module.
+      {"eng", kReal, true, "eng", true, "QBX-ORB.chm"},
+      {"ENG", kReal, true, "ENG", true, "QBX-ORB.chm"},
+      {"Eng", kReal, true, "Eng", true, "QBX-ORB.chm"},
+      // A module that does not load leaves the built-in resources; the help file does not depend on it.
+      {"FRA", kBroken, true, "FRA", false, "QBX-ORB_FRA.chm"},
+      {"ITA", kNone, false, "ITA", false, "QBX-ORB.chm"},
+      // Five letters do not fit the registry value: no language at all.
+      {"DEUTS", kReal, true, "", false, "QBX-ORB.chm"},
+      {"DEUT", kReal, false, "DEUT", true, "QBX-ORB.chm"},
+  };
+  for (const auto& step : kSteps) {
+    SCOPED_TRACE(step.code);
+    WriteLanguageCode(step.code);
+    const std::string module = "lib/Languages/libcorvane" + step.code + ".so";
+    if (step.module == kReal) folder_.Copy(CORVANE_TEST_LANGUAGE_MODULE, module);
+    if (step.module == kBroken) folder_.Write(module, "not a shared object\n");
+    if (step.helpFile) folder_.Write("lib/QBX-ORB_" + step.code + ".chm", "help");
     CWinAppQBX app(Paths());
     EXPECT_TRUE(app.InitInstance());
-    EXPECT_EQ(CWinAppQBX::languageCode, "DEU");
-    EXPECT_TRUE(UsesTestLanguageModule(app));
-    EXPECT_EQ(app.HelpFilePath(), Folder("lib/QBX-ORB.chm"));  // no localised help file yet
+    EXPECT_EQ(CWinAppQBX::languageCode, step.languageCode);
+    EXPECT_EQ(UsesTestLanguageModule(app), step.usesModule);
+    EXPECT_EQ(app.ResourceHandle() != nullptr, step.usesModule);
+    EXPECT_EQ(app.HelpFilePath(), Folder("lib/" + step.help));
   }
-  WriteHelpFile("QBX-ORB_DEU.chm");
-  CWinAppQBX app(Paths());
-  app.InitInstance();
-  EXPECT_EQ(app.HelpFilePath(), Folder("lib/QBX-ORB_DEU.chm"));
-}
-
-TEST_F(StartUpTest, EnglishKeepsTheHelpFileButStillLoadsItsModule) {
-  for (const std::string code : {"eng", "ENG", "Eng"}) {
-    WriteLanguageCode(code);
-    InstallLanguageModule(code);
-    WriteHelpFile("QBX-ORB_" + code + ".chm");
-    CWinAppQBX app(Paths());
-    app.InitInstance();
-    EXPECT_EQ(CWinAppQBX::languageCode, code);
-    EXPECT_TRUE(UsesTestLanguageModule(app)) << code;
-    EXPECT_EQ(app.HelpFilePath(), Folder("lib/QBX-ORB.chm")) << code;
-  }
-}
-
-TEST_F(StartUpTest, ModuleThatDoesNotLoadLeavesTheBuiltInResources) {
-  WriteLanguageCode("FRA");
-  folder_.Write("lib/Languages/libcorvaneFRA.so", "not a shared object\n");
-  WriteHelpFile("QBX-ORB_FRA.chm");
-  CWinAppQBX app(Paths());
-  EXPECT_TRUE(app.InitInstance());
-  EXPECT_EQ(CWinAppQBX::languageCode, "FRA");
-  EXPECT_EQ(app.ResourceHandle(), nullptr);
-  EXPECT_EQ(app.HelpFilePath(), Folder("lib/QBX-ORB_FRA.chm"));  // the help file does not depend on the module
-
-  WriteLanguageCode("ITA");  // no module at all
-  CWinAppQBX missing(Paths());
-  missing.InitInstance();
-  EXPECT_EQ(CWinAppQBX::languageCode, "ITA");
-  EXPECT_EQ(missing.ResourceHandle(), nullptr);
-}
-
-TEST_F(StartUpTest, CodeOfFiveLettersDoesNotFitAndLeavesNoLanguage) {
-  InstallLanguageModule("DEUTS");
-  WriteHelpFile("QBX-ORB_DEUTS.chm");
-  WriteLanguageCode("DEUTS");
-  CWinAppQBX five(Paths());
-  five.InitInstance();
-  EXPECT_EQ(CWinAppQBX::languageCode, "");
-  EXPECT_EQ(five.ResourceHandle(), nullptr);
-  EXPECT_EQ(five.HelpFilePath(), Folder("lib/QBX-ORB.chm"));
-
-  InstallLanguageModule("DEUT");
-  WriteLanguageCode("DEUT");
-  CWinAppQBX four(Paths());
-  four.InitInstance();
-  EXPECT_EQ(CWinAppQBX::languageCode, "DEUT");
-  EXPECT_TRUE(UsesTestLanguageModule(four));
 }
 
 TEST_F(StartUpTest, LanguageIsReadUnderTheRedirectedNames) {
@@ -217,19 +181,8 @@ TEST_F(StartUpTest, LanguageIsReadUnderTheRedirectedNames) {
   EXPECT_EQ(CWinAppQBX::languageCode, "NLD");
 }
 
-TEST_F(StartUpTest, CorvaneAppLogsThePrimitiveLibraryOnce) {
-  std::vector<std::string> lines;
-  CLogger::SetSink([&](int level, const std::string& line) { lines.push_back(std::to_string(level) + ":" + line); });
-  CCorvaneApp app(Paths());
-  const bool result = app.InitInstance();
-  CLogger::SetSink(nullptr);
-  EXPECT_TRUE(result);
-  ASSERT_EQ(lines.size(), 1u);
-  EXPECT_EQ(lines[0], std::string("0:Image   support lib: 7.0 build 205.58, ") + PrimGetLibVersion()->name);
-}
-
-// The library's own load in a fresh process: the tool logs the start-up line
-// once, naming the primitive library it then reports.
+// The library's own load in a fresh process: the application object logs the
+// start-up line once, naming the primitive library the tool then reports.
 TEST(LibraryLoadTest, FreshProcessLogsTheStartUpLineOnce) {
   TempFolder folder;
   for (const char* slot : {"", "1"}) {

@@ -22,15 +22,10 @@ TEST(SettingsCatalogueTest, RowsHoldTheirTextsInTableOrder) {
   EXPECT_STREQ(first.description, "Allow processing of improper AC3 PES packets");
   EXPECT_STREQ(first.defaultValue, "1");
   EXPECT_EQ(first.type, SETTING_SWITCH);
-  const CSettingEntry& last = g_settingsCatalogue[kSettingsCatalogueRows - 1];
-  EXPECT_STREQ(last.section, "H264Options");
-  EXPECT_STREQ(last.key, "OverrideTSBitrateMode");
-  EXPECT_STREQ(last.description, "Override bitrate mode for transport streams");
-  EXPECT_STREQ(g_settingsCatalogue[5].section, "StartUp");
-  EXPECT_STREQ(g_settingsCatalogue[5].key, "SingleInstance");
+  EXPECT_STREQ(g_settingsCatalogue[kSettingsCatalogueRows - 1].key, "OverrideTSBitrateMode");
+  // Texts kept as they are, quotes and spelling included.
   EXPECT_STREQ(g_settingsCatalogue[14].description, "Strip \"User Data\" blocks from Video Frames");
   EXPECT_STREQ(g_settingsCatalogue[32].description, "Display hundreths of seconds in timecode");
-  EXPECT_STREQ(g_settingsCatalogue[69].description, "IPP thread count (0=auto)");
 }
 
 TEST(SettingsCatalogueTest, EveryDefaultMatchesItsType) {
@@ -80,15 +75,17 @@ TEST(SettingsCatalogueTest, TypedAccessorBySectionAndKey) {
   EXPECT_EQ(SettingDefaultNumber("Special", "Missing"), std::nullopt);
 }
 
-TEST(OutputFileTypesTest, IdsDoNotFollowTheRowOrder) {
-  const int expectedIds[kOutputFileTypeRows] = {1, 2, 10, 11, 4, 7, 6, 8, 9, 3, 12, 14, 15, 16, 17, 5, 20, 18};
+// What can go wrong in the table is a lost or repeated id or a missing
+// closing row; a few rows are checked for their texts.
+TEST(OutputFileTypesTest, IdsAreUniqueAndTheTableIsClosed) {
+  std::set<int> ids;
   for (size_t row = 0; row < kOutputFileTypeRows; ++row) {
-    EXPECT_EQ(g_outputFileTypes[row].id, expectedIds[row]) << "row " << row;
+    EXPECT_TRUE(ids.insert(g_outputFileTypes[row].id).second) << "row " << row;
+    EXPECT_GT(g_outputFileTypes[row].id, 0) << "row " << row;
     EXPECT_NE(std::strlen(g_outputFileTypes[row].name), 0u);
   }
   EXPECT_STREQ(g_outputFileTypes[2].name, "DVD Folder");
-  EXPECT_STREQ(g_outputFileTypes[3].name, "DVD ISO");
-  EXPECT_STREQ(g_outputFileTypes[9].name, "VOB");
+  EXPECT_EQ(g_outputFileTypes[2].id, 10) << "ids do not follow the row order";
   EXPECT_STREQ(g_outputFileTypes[5].extension, "dvr-ms");
   EXPECT_STREQ(g_outputFileTypes[13].name, "MP4 (PSP)");
   // Several types share an extension; only the id tells them apart.

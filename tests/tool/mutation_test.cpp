@@ -174,17 +174,9 @@ std::vector<std::filesystem::path> Outputs(const std::string& out) {
   return found;
 }
 
-std::string Describe(const std::vector<std::string>& words) {
-  std::string text = "corvane";
-  for (const std::string& word : words) text += " " + word;
-  return text;
-}
-
 std::vector<std::filesystem::path> DataFiles(const std::string& extension) {
   std::vector<std::filesystem::path> files;
-  const std::filesystem::path root(CORVANE_TEST_DATA);
-  if (!std::filesystem::exists(root)) return files;
-  for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(CORVANE_TEST_DATA)) {
     if (entry.is_regular_file() && entry.path().extension() == extension) files.push_back(entry.path());
   }
   std::sort(files.begin(), files.end());
@@ -196,12 +188,27 @@ Bytes ReadFile(const std::filesystem::path& path) {
   return Bytes(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
-void ExpectClearError(const Outcome& outcome, const std::string& where, const std::string& in,
-                      const std::string& out) {
-  EXPECT_TRUE(outcome.clear) << where << ": " << outcome.message;
-  EXPECT_EQ(outcome.message.find('\n'), std::string::npos) << where << ": " << outcome.message;
-  EXPECT_NE(outcome.message.find(in), std::string::npos) << where << " does not name its input: " << outcome.message;
-  EXPECT_TRUE(Outputs(out).empty()) << where << " left a half-written output";
+// One command on one input gives a result (with its output, where it writes
+// one) or one clear line that names the input, and leaves no output behind.
+void ExpectResultOrClearError(const std::vector<std::string>& command, const std::string& in, const std::string& out,
+                              const std::string& original, const std::string& input, bool mustFail) {
+  const std::vector<std::string> words = Expand(command, in, out, original);
+  const Outcome outcome = RunCommand(words);
+  std::string where = "corvane";
+  for (const std::string& word : words) where += " " + word;
+  where += " on " + input;
+  if (outcome.failed) {
+    EXPECT_TRUE(outcome.clear) << where << ": " << outcome.message;
+    EXPECT_EQ(outcome.message.find('\n'), std::string::npos) << where << ": " << outcome.message;
+    EXPECT_NE(outcome.message.find(in), std::string::npos) << where << " does not name its input: " << outcome.message;
+    EXPECT_TRUE(Outputs(out).empty()) << where << " left a half-written output";
+    return;
+  }
+  EXPECT_FALSE(mustFail) << where << " succeeded";
+  if (std::any_of(command.begin(), command.end(), [](const std::string& w) { return w.rfind("{out}", 0) == 0; })) {
+    EXPECT_FALSE(Outputs(out).empty()) << where << " succeeded without its output";
+  }
+  for (const std::filesystem::path& path : Outputs(out)) std::filesystem::remove(path);
 }
 
 TEST(MutationTest, RandomBytesAndEmptyFilesGiveOneClearError) {
@@ -213,12 +220,8 @@ TEST(MutationTest, RandomBytesAndEmptyFilesGiveOneClearError) {
     for (const Bytes& content : {noise, Bytes()}) {
       const std::string in = folder.Write("input" + std::string(use.extension), content);
       for (const std::vector<std::string>& command : use.commands) {
-        const std::string out = folder.Path() + "/out";
-        const std::vector<std::string> words = Expand(command, in, out, in);
-        const Outcome outcome = RunCommand(words);
-        const std::string where = Describe(words) + " on " + std::to_string(content.size()) + " bytes";
-        EXPECT_TRUE(outcome.failed) << where << " succeeded";
-        ExpectClearError(outcome, where, in, out);
+        ExpectResultOrClearError(command, in, folder.Path() + "/out", in, std::to_string(content.size()) + " bytes",
+                                 true);
       }
     }
   }
@@ -234,20 +237,10 @@ TEST(MutationTest, EveryMutatedDataFileGivesAResultOrOneClearError) {
       ++filesMutated;
       for (int i = 0; i < kMutationsPerFile; ++i) {
         const std::string in = folder.Write("mutated" + std::string(use.extension), Mutate(original, random));
+        const std::string mutation = "mutation " + std::to_string(i) + " of " + file.filename().string();
         for (const std::vector<std::string>& command : use.commands) {
-          const std::string out = folder.Path() + "/out" + std::to_string(i);
-          const std::vector<std::string> words = Expand(command, in, out, file.string());
-          const Outcome outcome = RunCommand(words);
-          const std::string where = Describe(words) + " on mutation " + std::to_string(i) + " of " +
-                                    file.filename().string();
-          if (!outcome.failed) {
-            if (std::any_of(command.begin(), command.end(), [](const std::string& w) { return w.rfind("{out}", 0) == 0; })) {
-              EXPECT_FALSE(Outputs(out).empty()) << where << " succeeded without its output";
-            }
-            for (const std::filesystem::path& path : Outputs(out)) std::filesystem::remove(path);
-            continue;
-          }
-          ExpectClearError(outcome, where, in, out);
+          ExpectResultOrClearError(command, in, folder.Path() + "/out" + std::to_string(i), file.string(), mutation,
+                                   false);
         }
       }
     }

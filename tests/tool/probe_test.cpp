@@ -1,67 +1,47 @@
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <random>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "audio_probe.h"
+#include "support/run_process.h"
+#include "support/temp_folder.h"
 
 namespace {
 
+using corvane::test::RunProcess;
+using corvane::test::TempFolder;
 using corvane::tool::ProbeAudioStream;
 using corvane::tool::ProbeReport;
 
 const std::string kAudioData = CORVANE_TEST_DATA "/audio/";
 
-std::vector<uint8_t> ReadFile(const std::string& path) {
+std::string ReadFile(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
   EXPECT_TRUE(file.good()) << path;
-  return std::vector<uint8_t>((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
-ProbeReport Probe(const std::vector<uint8_t>& bytes) {
+ProbeReport Probe(const std::string& bytes) {
   FILE* stream = std::tmpfile();
-  if (!bytes.empty()) std::fwrite(bytes.data(), 1, bytes.size(), stream);
+  std::fwrite(bytes.data(), 1, bytes.size(), stream);
   std::rewind(stream);
   ProbeReport report = ProbeAudioStream(stream, "test stream");
   std::fclose(stream);
   return report;
 }
 
-struct ToolRun {
-  int status;
-  std::string out;
-  std::string err;
-};
-
-ToolRun RunTool(const std::string& arguments) {
-  const std::string errors = ::testing::TempDir() + "corvane_probe_test." + std::to_string(getpid()) + ".err";
-  const std::string command = std::string(CORVANE_TOOL_PATH) + " " + arguments + " 2>'" + errors + "'";
-  FILE* pipe = popen(command.c_str(), "r");
-  ToolRun run;
-  char chunk[4096];
-  size_t got = 0;
-  while ((got = std::fread(chunk, 1, sizeof(chunk), pipe)) > 0) run.out.append(chunk, got);
-  const int status = pclose(pipe);
-  run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  std::ifstream log(errors);
-  run.err.assign(std::istreambuf_iterator<char>(log), std::istreambuf_iterator<char>());
-  std::remove(errors.c_str());
-  return run;
-}
-
-std::string WriteTemporary(const std::string& name, const std::vector<uint8_t>& bytes) {
-  const std::string path = ::testing::TempDir() + std::to_string(getpid()) + "_" + name;
-  std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()),
-                                               static_cast<std::streamsize>(bytes.size()));
-  return path;
+// Runs the tool through the shell; standard error joins the output.
+corvane::test::ProcessResult RunTool(const std::string& arguments) {
+  return RunProcess(std::string(CORVANE_TOOL_PATH) + " " + arguments + " 2>&1");
 }
 
 // What the encoder wrote, as ffprobe counted it when the files were made
@@ -90,7 +70,7 @@ constexpr EncodedStream kStreams[] = {
 
 TEST(ProbeTest, FindsWhatTheEncoderWrote) {
   for (const EncodedStream& expected : kStreams) {
-    const std::vector<uint8_t> bytes = ReadFile(kAudioData + expected.file);
+    const std::string bytes = ReadFile(kAudioData + expected.file);
     const ProbeReport report = Probe(bytes);
     EXPECT_EQ(report.format, expected.format) << expected.file;
     EXPECT_EQ(report.sampleRate, expected.sampleRate) << expected.file;
@@ -116,14 +96,11 @@ TEST(ProbeTest, FrameSizesMatchFFprobe) {
   if (std::system("command -v ffprobe >/dev/null 2>&1") != 0) GTEST_SKIP() << "ffprobe is not installed";
   for (const EncodedStream& expected : kStreams) {
     const std::string path = kAudioData + expected.file;
-    FILE* pipe = popen(("ffprobe -v error -show_entries packet=size -of csv=p=0 '" + path + "'").c_str(), "r");
-    std::vector<uint32_t> sizes;
-    unsigned size = 0;
-    while (std::fscanf(pipe, "%u", &size) == 1) sizes.push_back(size);
-    pclose(pipe);
-    const ProbeReport report = Probe(ReadFile(path));
-    ASSERT_EQ(report.frames.size(), sizes.size()) << expected.file;
-    for (size_t i = 0; i < sizes.size(); ++i) EXPECT_EQ(report.frames[i].size, sizes[i]) << expected.file << " frame " << i;
+    std::istringstream listed(RunProcess("ffprobe -v error -show_entries packet=size -of csv=p=0 '" + path + "'").output);
+    const std::vector<uint32_t> theirs{std::istream_iterator<uint32_t>(listed), std::istream_iterator<uint32_t>()};
+    std::vector<uint32_t> ours;
+    for (const auto& frame : Probe(ReadFile(path)).frames) ours.push_back(frame.size);
+    EXPECT_EQ(ours, theirs) << expected.file;
   }
 }
 
@@ -140,20 +117,16 @@ TEST(ProbeTest, DurationsAddUp) {
 }
 
 TEST(ProbeTest, ResynchronisesAfterGarbage) {
-  const std::vector<uint8_t> clean = ReadFile(kAudioData + "ac3_48k_stereo_192k.ac3");
+  const std::string clean = ReadFile(kAudioData + "ac3_48k_stereo_192k.ac3");
   std::mt19937 random(5);
   auto garbage = [&random](size_t count) {
-    std::vector<uint8_t> bytes(count);
-    for (auto& byte : bytes) byte = static_cast<uint8_t>(random() % 0x0B);  // no AC-3 sync can form
+    std::string bytes(count, '\0');
+    for (char& byte : bytes) byte = static_cast<char>(random() % 0x0B);  // no AC-3 sync can form
     return bytes;
   };
-  std::vector<uint8_t> damaged = garbage(200);
-  damaged.insert(damaged.end(), clean.begin(), clean.begin() + 5 * 768);
-  const auto middle = garbage(1000);
-  damaged.insert(damaged.end(), middle.begin(), middle.end());
-  damaged.insert(damaged.end(), clean.begin() + 5 * 768, clean.end());
-  const auto tail = garbage(30);
-  damaged.insert(damaged.end(), tail.begin(), tail.end());
+  std::string damaged = garbage(200) + clean.substr(0, 5 * 768);
+  damaged += garbage(1000) + clean.substr(5 * 768);
+  damaged += garbage(30);
 
   const ProbeReport report = Probe(damaged);
   EXPECT_EQ(report.format, "ac3");
@@ -169,13 +142,13 @@ TEST(ProbeTest, ResynchronisesAfterGarbage) {
 // full stream's, and every byte is in a frame, skipped, or in the cut frame.
 TEST(ProbeTest, EveryPrefixIsAccountedFor) {
   for (const EncodedStream& stream : kStreams) {
-    const std::vector<uint8_t> bytes = ReadFile(kAudioData + stream.file);
+    const std::string bytes = ReadFile(kAudioData + stream.file);
     const ProbeReport full = Probe(bytes);
     ASSERT_GE(full.frames.size(), 4u);
     const size_t limit = full.frames[3].offset + 20;
     size_t cuts = 0;
     for (size_t length = 0; length <= limit; length += 5) {
-      const ProbeReport report = Probe(std::vector<uint8_t>(bytes.begin(), bytes.begin() + static_cast<long>(length)));
+      const ProbeReport report = Probe(bytes.substr(0, length));
       size_t complete = 0;
       while (complete < full.frames.size() && full.frames[complete].offset + full.frames[complete].size <= length) {
         ++complete;
@@ -201,54 +174,52 @@ TEST(ProbeTest, EveryPrefixIsAccountedFor) {
 
 TEST(ProbeTest, RandomBytesHoldNoStream) {
   std::mt19937 random(2024);
-  std::vector<uint8_t> bytes(200000);
-  for (auto& byte : bytes) byte = static_cast<uint8_t>(random());
+  std::string bytes(200000, '\0');
+  for (char& byte : bytes) byte = static_cast<char>(random());
   const ProbeReport report = Probe(bytes);
   EXPECT_TRUE(report.frames.empty());
   EXPECT_EQ(report.skippedBytes, bytes.size());
 
-  const std::string path = WriteTemporary("corvane_random.bin", bytes);
-  const ToolRun run = RunTool("probe '" + path + "'");
-  EXPECT_EQ(run.status, 1);
-  EXPECT_EQ(run.out, "");
-  EXPECT_EQ(run.err, "corvane probe: " + path +
+  const TempFolder folder;
+  const std::string path = folder.Write("random.bin", bytes);
+  const auto run = RunTool("probe '" + path + "'");
+  EXPECT_EQ(run.exitStatus, 1);
+  EXPECT_EQ(run.output, "corvane probe: " + path +
                          ": no AC-3, E-AC-3, DTS, MPEG-1 audio, ADTS or LOAS/LATM stream found in 200000 bytes\n");
-  std::remove(path.c_str());
 }
 
 TEST(ProbeTest, EmptyAndMissingInputs) {
-  const std::string path = WriteTemporary("corvane_empty.ac3", {});
-  ToolRun run = RunTool("probe '" + path + "'");
-  EXPECT_EQ(run.status, 1);
-  EXPECT_EQ(run.err, "corvane probe: " + path + ": empty input\n");
-  std::remove(path.c_str());
+  const TempFolder folder;
+  const std::string path = folder.Write("empty.ac3", "");
+  auto run = RunTool("probe '" + path + "'");
+  EXPECT_EQ(run.exitStatus, 1);
+  EXPECT_EQ(run.output, "corvane probe: " + path + ": empty input\n");
   run = RunTool("probe /nonexistent/corvane.ac3");
-  EXPECT_EQ(run.status, 1);
-  EXPECT_NE(run.err.find("/nonexistent/corvane.ac3: cannot open"), std::string::npos);
+  EXPECT_EQ(run.exitStatus, 1);
+  EXPECT_NE(run.output.find("/nonexistent/corvane.ac3: cannot open"), std::string::npos);
   run = RunTool("probe - < /dev/null");
-  EXPECT_EQ(run.status, 1);
-  EXPECT_EQ(run.err, "corvane probe: standard input: empty input\n");
+  EXPECT_EQ(run.exitStatus, 1);
+  EXPECT_EQ(run.output, "corvane probe: standard input: empty input\n");
 }
 
 TEST(ProbeTest, StreamCutInTheMiddleOfAFrame) {
-  const std::vector<uint8_t> bytes = ReadFile(kAudioData + "dts_48k_stereo_768k.dts");
-  const std::string path = WriteTemporary("corvane_cut.dts", std::vector<uint8_t>(bytes.begin(), bytes.begin() + 5 * 1024 + 300));
-  ToolRun run = RunTool("probe '" + path + "'");
-  EXPECT_EQ(run.status, 0);
-  EXPECT_NE(run.out.find("frames: 5 of 1024 bytes"), std::string::npos) << run.out;
-  EXPECT_NE(run.out.find("cut: the last frame at offset 5120 has 300 of its 1024 bytes; it is left out"),
+  const TempFolder folder;
+  const std::string whole = ReadFile(kAudioData + "dts_48k_stereo_768k.dts");
+  const std::string path = folder.Write("cut.dts", whole.substr(0, 5 * 1024 + 300));
+  auto run = RunTool("probe '" + path + "'");
+  EXPECT_EQ(run.exitStatus, 0);
+  EXPECT_NE(run.output.find("frames: 5 of 1024 bytes"), std::string::npos) << run.output;
+  EXPECT_NE(run.output.find("cut: the last frame at offset 5120 has 300 of its 1024 bytes; it is left out"),
             std::string::npos)
-      << run.out;
+      << run.output;
   run = RunTool("probe --json '" + path + "'");
-  EXPECT_NE(run.out.find("\"frame_count\": 5,"), std::string::npos) << run.out;
-  EXPECT_NE(run.out.find("\"cut_frame_bytes\": 300\n"), std::string::npos) << run.out;
-  std::remove(path.c_str());
+  EXPECT_NE(run.output.find("\"frame_count\": 5,"), std::string::npos) << run.output;
+  EXPECT_NE(run.output.find("\"cut_frame_bytes\": 300\n"), std::string::npos) << run.output;
 }
 
 TEST(ProbeTest, JsonWithFramesFromStandardInput) {
-  const ToolRun run = RunTool("probe --json --frames - < '" + kAudioData + "ac3_44k1_5.1_384k.ac3'");
-  EXPECT_EQ(run.status, 0);
-  EXPECT_EQ(run.err, "");
+  const auto run = RunTool("probe --json --frames - < '" + kAudioData + "ac3_44k1_5.1_384k.ac3'");
+  EXPECT_EQ(run.exitStatus, 0);
   const char* kExpectedStart =
       "{\n"
       "  \"format\": \"ac3\",\n"
@@ -258,37 +229,38 @@ TEST(ProbeTest, JsonWithFramesFromStandardInput) {
       "  \"bit_rate\": 384000,\n"
       "  \"frame_count\": 9,\n"
       "  \"duration_seconds\": 0.313469,\n";
-  EXPECT_EQ(run.out.compare(0, std::strlen(kExpectedStart), kExpectedStart), 0) << run.out;
-  EXPECT_NE(run.out.find("\"frames\": [\n    {\"offset\": 0, \"size\": 1670, \"duration_ticks\": 3134.693},\n"
+  EXPECT_EQ(run.output.compare(0, std::strlen(kExpectedStart), kExpectedStart), 0) << run.output;
+  EXPECT_NE(run.output.find("\"frames\": [\n    {\"offset\": 0, \"size\": 1670, \"duration_ticks\": 3134.693},\n"
                          "    {\"offset\": 1670, \"size\": 1672, \"duration_ticks\": 3134.693},"),
             std::string::npos)
-      << run.out;
-  EXPECT_EQ(run.out.substr(run.out.size() - 7), "\n  ]\n}\n");
+      << run.output;
+  EXPECT_EQ(run.output.substr(run.output.size() - 7), "\n  ]\n}\n");
 }
 
 TEST(SilentAC3CommandTest, WritesFramesThatProbeFinds) {
-  const std::string path = ::testing::TempDir() + std::to_string(getpid()) + "_corvane_silent.ac3";
-  ToolRun run = RunTool("silent-ac3 --channels 6 --bitrate 500k --frames 12 -o '" + path + "'");
-  EXPECT_EQ(run.status, 0) << run.err;
+  const TempFolder folder;
+  const std::string path = folder.Path() + "/silent.ac3";
+  auto run = RunTool("silent-ac3 --channels 6 --bitrate 500k --frames 12 -o '" + path + "'");
+  EXPECT_EQ(run.exitStatus, 0) << run.output;
   const ProbeReport report = Probe(ReadFile(path));
   EXPECT_EQ(report.frames.size(), 12u);
   EXPECT_EQ(report.LargestFrame(), 1792u);
   EXPECT_EQ(report.channels, 5);
   EXPECT_EQ(report.lfe, 1);
   EXPECT_EQ(report.bitRate, 448000u);
-  std::remove(path.c_str());
+  std::filesystem::remove(path);
 
   run = RunTool("silent-ac3 --channels 2 --bitrate 160000 -o - | wc -c");
-  EXPECT_EQ(run.status, 0);
-  EXPECT_EQ(std::stoi(run.out), 640);
+  EXPECT_EQ(run.exitStatus, 0);
+  EXPECT_EQ(std::stoi(run.output), 640);
 
   run = RunTool("silent-ac3 --channels 2 --bitrate fast -o '" + path + "'");
-  EXPECT_EQ(run.status, 1);
-  EXPECT_NE(run.err.find("--bitrate takes"), std::string::npos);
+  EXPECT_EQ(run.exitStatus, 1);
+  EXPECT_NE(run.output.find("--bitrate takes"), std::string::npos);
   run = RunTool("silent-ac3 --channels 2 --bitrate 192k");
-  EXPECT_EQ(run.status, 1);
-  EXPECT_NE(run.err.find("required"), std::string::npos);
-  EXPECT_NE(std::system(("test -e '" + path + "'").c_str()), 0) << "no output is left by a failed run";
+  EXPECT_EQ(run.exitStatus, 1);
+  EXPECT_NE(run.output.find("required"), std::string::npos);
+  EXPECT_FALSE(std::filesystem::exists(path)) << "no output is left by a failed run";
 }
 
 }  // namespace
