@@ -125,8 +125,7 @@ void SamplePeakEbur128(benchmark::State& state) {
   state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * kFrames));
 }
 
-BENCHMARK_CAPTURE(LevelMeterOurs, simple, NS_AudioMeasurement::MEASUREMENT_SIMPLE)
-    ->Name("sample_peak.stereo48k/ours");
+BENCHMARK_CAPTURE(LevelMeterOurs, simple, NS_AudioMeasurement::MEASUREMENT_SIMPLE)->Name("sample_peak.stereo48k/ours");
 BENCHMARK(SamplePeakEbur128)->Name("sample_peak.stereo48k/libebur128");
 BENCHMARK_CAPTURE(LevelMeterOurs, ppm, NS_AudioMeasurement::MEASUREMENT_PPM_IIA)->Name("ppm.stereo48k/ours");
 BENCHMARK_CAPTURE(LevelMeterOurs, vu, NS_AudioMeasurement::MEASUREMENT_VU)->Name("vu.stereo48k/ours");

@@ -186,8 +186,7 @@ LoudnessBlock& CAudioBS1770Impl::OpenSubBlock(unsigned channel) {
 // from other measurements may not), or alone. The sample-by-sample order
 // within a channel is what fixes the results.
 template <typename V>
-void CAudioBS1770Impl::FilterChannels(const std::vector<std::vector<double>>& samples, unsigned first,
-                                      size_t length) {
+void CAudioBS1770Impl::FilterChannels(const std::vector<std::vector<double>>& samples, unsigned first, size_t length) {
   constexpr unsigned kLanes = sample_lanes::kLaneCount<V>;
   size_t done = 0;
   while (done < length) {

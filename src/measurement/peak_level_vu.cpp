@@ -33,9 +33,7 @@ double CPeakLevelVU::ProcessBlock(const std::vector<std::vector<double>>& block)
   if (subBlockLength == 0) return 20.0 * std::log10(blockPeak) + kOffset;
   sample_lanes::ForEachLaneGroup(
       static_cast<unsigned>(block.size()),
-      [&](unsigned c) {
-        return block[c].size() == block[c + 1].size() && records[c].count == records[c + 1].count;
-      },
+      [&](unsigned c) { return block[c].size() == block[c + 1].size() && records[c].count == records[c + 1].count; },
       [&](auto lanes, unsigned first) {
         blockPeak = std::max(blockPeak, AverageChannels<decltype(lanes)>(block, first));
       });

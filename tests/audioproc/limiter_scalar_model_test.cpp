@@ -142,8 +142,8 @@ TEST(LimiterScalarModelTest, EveryByteMatchesTheModelOnFramesOfRandomLength) {
       const CAudioFrame input = PcmFrame(piece);
       const CAudioFrame* out = limiter.ProcessAudioFrame(flush ? nullptr : &input);
       const std::vector<uint8_t> expected = model.Process(flush ? nullptr : &piece);
-      const std::vector<uint8_t> actual = out == nullptr ? std::vector<uint8_t>{}
-                                                         : std::vector<uint8_t>(out->data, out->data + out->payloadLength);
+      const std::vector<uint8_t> actual =
+          out == nullptr ? std::vector<uint8_t>{} : std::vector<uint8_t>(out->data, out->data + out->payloadLength);
       ASSERT_EQ(actual, expected) << "seed " << seed << ", frame " << frame;
       start += flush ? 1 : count;
     }
@@ -152,7 +152,8 @@ TEST(LimiterScalarModelTest, EveryByteMatchesTheModelOnFramesOfRandomLength) {
     int64_t samples = 0;
     double peakDB = 0.0;
     limiter.GetProcessingStatistics(0, samples, peakDB);
-    EXPECT_EQ(peakDB, CAudioSupport::ConvertLevelToDB(static_cast<int16_t>(static_cast<int32_t>(model.peak * 32767.0))));
+    EXPECT_EQ(peakDB,
+              CAudioSupport::ConvertLevelToDB(static_cast<int16_t>(static_cast<int32_t>(model.peak * 32767.0))));
   }
 }
 

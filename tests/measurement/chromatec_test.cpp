@@ -73,12 +73,12 @@ class ScalarChromatec {
  public:
   ScalarChromatec() {
     const double curve[51][2] = {
-        {100, -7},   {125, -7},  {160, -1},   {200, 3},    {250, 3},  {300, 4},    {315, 5},  {350, 6},   {400, 4.5},
-        {450, 4},    {500, 3.5}, {600, 4.1},  {700, 4.5},  {800, 2},  {900, 0},    {1000, 0}, {1100, 2},  {1200, 3},
-        {1300, 4},   {1400, 4.5}, {1500, 4.5}, {1600, 4},  {1700, 3.5}, {1800, 3},  {1900, 3}, {2000, 3},  {2100, 3.5},
-        {2200, 4},   {2300, 5},  {2400, 6},   {2500, 7},   {2600, 8}, {2700, 8.5}, {2800, 9}, {2900, 10}, {3000, 10},
-        {3100, 10},  {3200, 10}, {3300, 9},   {3400, 9},   {3500, 8}, {3600, 9},   {3700, 9}, {3800, 9},  {3900, 9},
-        {4000, 9},   {5000, 9},  {6000, 6},   {7000, 1.5}, {9000, 0}, {20000, 0}};
+        {100, -7},  {125, -7},   {160, -1},   {200, 3},    {250, 3},    {300, 4},    {315, 5},  {350, 6},   {400, 4.5},
+        {450, 4},   {500, 3.5},  {600, 4.1},  {700, 4.5},  {800, 2},    {900, 0},    {1000, 0}, {1100, 2},  {1200, 3},
+        {1300, 4},  {1400, 4.5}, {1500, 4.5}, {1600, 4},   {1700, 3.5}, {1800, 3},   {1900, 3}, {2000, 3},  {2100, 3.5},
+        {2200, 4},  {2300, 5},   {2400, 6},   {2500, 7},   {2600, 8},   {2700, 8.5}, {2800, 9}, {2900, 10}, {3000, 10},
+        {3100, 10}, {3200, 10},  {3300, 9},   {3400, 9},   {3500, 8},   {3600, 9},   {3700, 9}, {3800, 9},  {3900, 9},
+        {4000, 9},  {5000, 9},   {6000, 6},   {7000, 1.5}, {9000, 0},   {20000, 0}};
     for (const auto& point : curve) filter_.AddFilterPoint(point[0], point[1]);
     filter_.BuildFilter(48000, 16384);
   }
@@ -105,7 +105,8 @@ class ScalarChromatec {
 
  private:
   void Integrate() {
-    const double sink = static_cast<float>(std::pow(10.0, static_cast<double>(static_cast<float>(-(4.5 / 20.0) / 20.0))));
+    const double sink =
+        static_cast<float>(std::pow(10.0, static_cast<double>(static_cast<float>(-(4.5 / 20.0) / 20.0))));
     double accumulated = 0.0;
     for (double value : window_) {
       if (accumulated > value && sink * accumulated > value) value = sink * accumulated;
@@ -127,7 +128,8 @@ class ScalarChromatec {
 TEST(ChromatecTest, FollowsTheScalarRulesOnRandomPieces) {
   Block programme{MixedMaterial(40 * 48000, 5), MixedMaterial(40 * 48000, 6)};
   for (auto& channel : programme) {
-    for (size_t i = 0; i < channel.size(); ++i) channel[i] *= 1e-4 * std::pow(1e4, static_cast<double>(i) / channel.size());
+    const double length = static_cast<double>(channel.size());
+    for (size_t i = 0; i < channel.size(); ++i) channel[i] *= 1e-4 * std::pow(1e4, static_cast<double>(i) / length);
   }
   CChromatecMeter meter;
   ScalarChromatec model;

@@ -26,9 +26,9 @@ constexpr double kBlockFloor = 1.0 / 65535.0;
 // A meter whose per-channel state the test may read.
 template <typename Meter>
 struct Exposed : Meter {
-  using Meter::Meter;
   using Meter::envelope;
   using Meter::held;
+  using Meter::Meter;
 };
 
 // Each model measures one channel of a block: the highest value it gives the
