@@ -1,6 +1,7 @@
 // Audio measurement beside libebur128 on the same samples: BS.1770 loudness,
-// and the true peak meter, also beside the bare four-fold rate conversion
-// that is its floor.
+// the true peak meter, also beside the bare four-fold rate conversion that is
+// its floor, and the sample peak meter. The other level meters have no peer
+// and are timed alone.
 #include <benchmark/benchmark.h>
 #include <ebur128.h>
 #include <libresample.h>
@@ -105,6 +106,31 @@ void TruePeakResampleBound(benchmark::State& state) {
   state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * kFrames));
 }
 
+void LevelMeterOurs(benchmark::State& state, NS_AudioMeasurement::AUDIO_MEAUREMENT_TYPE type) {
+  const auto planar = Programme(2);
+  NS_AudioMeasurement::CAudioPeakLevel meter(2, 48000, type);
+  for (auto _ : state) meter.AddSamples(planar);
+  benchmark::DoNotOptimize(meter.GetPeakReading());
+  state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * kFrames));
+}
+
+void SamplePeakEbur128(benchmark::State& state) {
+  const auto interleaved = Interleave(Programme(2));
+  ebur128_state* meter = ebur128_init(2, 48000, EBUR128_MODE_SAMPLE_PEAK);
+  for (auto _ : state) ebur128_add_frames_double(meter, interleaved.data(), kFrames);
+  double peak = 0.0;
+  ebur128_sample_peak(meter, 0, &peak);
+  benchmark::DoNotOptimize(peak);
+  ebur128_destroy(&meter);
+  state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * kFrames));
+}
+
+BENCHMARK_CAPTURE(LevelMeterOurs, simple, NS_AudioMeasurement::MEASUREMENT_SIMPLE)->Name("sample_peak.stereo48k/ours");
+BENCHMARK(SamplePeakEbur128)->Name("sample_peak.stereo48k/libebur128");
+BENCHMARK_CAPTURE(LevelMeterOurs, ppm, NS_AudioMeasurement::MEASUREMENT_PPM_IIA)->Name("ppm.stereo48k/ours");
+BENCHMARK_CAPTURE(LevelMeterOurs, vu, NS_AudioMeasurement::MEASUREMENT_VU)->Name("vu.stereo48k/ours");
+BENCHMARK_CAPTURE(LevelMeterOurs, chromatec, NS_AudioMeasurement::MEASUREMENT_CHROMATEC)
+    ->Name("chromatec.stereo48k/ours");
 BENCHMARK(TruePeakOurs)->Name("true_peak.stereo48k/ours");
 BENCHMARK(TruePeakEbur128)->Name("true_peak.stereo48k/libebur128");
 BENCHMARK(TruePeakResampleBound)->Name("true_peak.stereo48k/bound.resample4x");

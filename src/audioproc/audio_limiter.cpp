@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include "audioparse/audio_support.h"
+#include "audioproc/sample_lanes.h"
 
 namespace {
 
@@ -40,22 +41,6 @@ void WriteBig16(double sample, unsigned char* p) {
   const auto value = static_cast<int32_t>(sample * kPcmScale);
   p[0] = static_cast<unsigned char>((value >> 8) & 0xFF);
   p[1] = static_cast<unsigned char>(value & 0xFF);
-}
-
-// The largest of `peak` and the magnitudes of a[0..n) and b[0..n). The
-// maximum does not depend on the order the values are met in, so two lanes
-// may keep their own.
-double PeakMagnitude(const double* a, const double* b, unsigned n, double peak) {
-  const __m128d magnitude = _mm_castsi128_pd(_mm_set1_epi64x(0x7FFFFFFFFFFFFFFF));
-  __m128d lanes = _mm_set1_pd(peak);
-  unsigned i = 0;
-  for (; i + 2 <= n; i += 2) {
-    lanes = _mm_max_pd(lanes, _mm_and_pd(_mm_loadu_pd(a + i), magnitude));
-    lanes = _mm_max_pd(lanes, _mm_and_pd(_mm_loadu_pd(b + i), magnitude));
-  }
-  peak = std::max(_mm_cvtsd_f64(lanes), _mm_cvtsd_f64(_mm_unpackhi_pd(lanes, lanes)));
-  for (; i < n; ++i) peak = std::max({peak, std::fabs(a[i]), std::fabs(b[i])});
-  return peak;
 }
 
 // Samples i and i + 1 of both channels as the four big-endian words left,
@@ -158,23 +143,42 @@ void CQBXAudioLimiter::Ingest302M(const CAudioFrame& frame) {
   totalSamples += count;
 }
 
-double CQBXAudioLimiter::GetLevel(unsigned index) const {
-  // A mono frame leaves the right channel silent, so one rule serves every count.
-  return std::max(std::fabs(sampleBuffers[0][index]), std::fabs(sampleBuffers[1][index]));
+// The levels of samples [begin, end), two at a time where it can, into the
+// envelope's own places: the recursion reads each just before it overwrites
+// it, and a walk back of RecomputeEnvelope reads only places before the one
+// being computed.
+void CQBXAudioLimiter::StoreLevels(unsigned begin, unsigned end) {
+  using namespace sample_lanes;
+  const double* left = sampleBuffers[0].data();
+  const double* right = sampleBuffers[1].data();
+  unsigned i = begin;
+  for (; i + 2 <= end; i += 2) {
+    _mm_storeu_pd(&envelope[i], Larger(Magnitude(_mm_loadu_pd(left + i)), Magnitude(_mm_loadu_pd(right + i))));
+  }
+  for (; i < end; ++i) envelope[i] = GetLevel(i);
 }
 
 void CQBXAudioLimiter::ComputeEnvelope() {
+  if (samplesReady == samplesHeld) return;
+  StoreLevels(samplesReady, samplesHeld);
+  // The factors in locals, and the last value in a register, keep memory
+  // off the chain from one sample to the next.
+  const double attack = attackFactor;
+  const double release = releaseFactor;
+  double* values = envelope.data();
+  // The very first sample starts from its own level, stored in its place.
+  double previous = samplesReady == 0 ? values[0] : values[samplesReady - 1];
   for (unsigned i = samplesReady; i < samplesHeld; ++i) {
-    const double level = GetLevel(i);
-    const double previous = i == 0 ? level : envelope[i - 1];
-    const double falling = std::max(releaseFactor * previous, kEnvelopeFloor);
+    const double level = values[i];
+    const double falling = std::max(release * previous, kEnvelopeFloor);
     if (level < falling) {
-      envelope[i] = falling;  // a quiet sample lets the envelope fall
-    } else if (previous * attackFactor >= level) {
-      envelope[i] = level;  // reachable in one step: follow the level
+      previous = falling;  // a quiet sample lets the envelope fall
+    } else if (previous * attack >= level) {
+      previous = level;  // reachable in one step: follow the level
     } else {
-      envelope[i] = std::min(RecomputeEnvelope(i, level), level);
+      previous = std::min(RecomputeEnvelope(i, level), level);
     }
+    values[i] = previous;
   }
 }
 
@@ -226,7 +230,9 @@ void CQBXAudioLimiter::DoLimiting(CAudioFrame* out) {
       sampleBuffers[1][i] *= gain;
     }
   }
-  peakLevel = PeakMagnitude(sampleBuffers[0].data(), sampleBuffers[1].data(), samplesReady, peakLevel);
+  for (const std::vector<double>& buffer : sampleBuffers) {
+    peakLevel = sample_lanes::LargestMagnitude(buffer.data(), samplesReady, peakLevel);
+  }
   if (out->audioType == AUDIO_FRAME_SMPTE302M) {
     CSMPTE302MDecode::EncodeFrame(sampleBuffers, samplesReady, 1.0, out);
   } else {

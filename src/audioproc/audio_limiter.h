@@ -1,6 +1,8 @@
 // The look-ahead peak limiter for 16-bit PCM and SMPTE 302M audio frames.
 #pragma once
 
+#include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <optional>
 #include <vector>
@@ -59,9 +61,15 @@ class CQBXAudioLimiter {
   void IngestSamples(const CAudioFrame* frame);
   void IngestPcm16(const CAudioFrame& frame, unsigned count);
   void Ingest302M(const CAudioFrame& frame);
+  void StoreLevels(unsigned begin, unsigned end);
   void ComputeEnvelope();
   double RecomputeEnvelope(unsigned index, double level);
-  double GetLevel(unsigned index) const;
+  // Defined here so that the loops can take it in, which a call through the
+  // shared library's symbol table would prevent. A mono frame leaves the
+  // right channel silent, so one rule serves every count.
+  double GetLevel(unsigned index) const {
+    return std::max(std::fabs(sampleBuffers[0][index]), std::fabs(sampleBuffers[1][index]));
+  }
   double GainAt(unsigned index) const;
   void DoLimiting(CAudioFrame* out);
   void WritePcm16(CAudioFrame* out, unsigned outputChannels);

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstdio>
 
+#include "audioproc/sample_lanes.h"
+
 namespace NS_AudioMeasurement {
 namespace {
 
@@ -50,37 +52,63 @@ void ClearNegligibleMemory(BiquadState& state) {
   }
 }
 
-// Runs `count` samples through both K-weighting stages of one channel and
-// adds them to one sub-block. Everything lives in locals so that the loop
-// keeps its state in registers.
-void KWeightRun(const double* input, size_t count, const BiquadCoefficients& shelf, const BiquadCoefficients& highPass,
-                BiquadState& shelfState, BiquadState& highPassState, LoudnessBlock& block) {
+// Memory of one biquad stage of the channels in V's lanes.
+template <typename V>
+struct BiquadLanes {
+  V x1, x2, y1, y2;
+};
+
+template <typename V>
+BiquadLanes<V> LoadMemory(const BiquadState* states) {
+  using sample_lanes::LanesOf;
+  return {LanesOf<V>([&](unsigned l) { return states[l].x1; }), LanesOf<V>([&](unsigned l) { return states[l].x2; }),
+          LanesOf<V>([&](unsigned l) { return states[l].y1; }), LanesOf<V>([&](unsigned l) { return states[l].y2; })};
+}
+
+template <typename V>
+void StoreMemory(const BiquadLanes<V>& memory, BiquadState* states) {
+  using sample_lanes::Lane;
+  for (unsigned l = 0; l < sample_lanes::kLaneCount<V>; ++l) {
+    states[l] = {Lane(memory.x1, l), Lane(memory.x2, l), Lane(memory.y1, l), Lane(memory.y2, l)};
+  }
+}
+
+// One sample through one biquad stage; the sum runs left to right.
+template <typename V>
+V Biquad(const BiquadCoefficients& c, BiquadLanes<V>& m, V x) {
+  const V y = c.b0 * x + c.b1 * m.x1 + c.b2 * m.x2 - c.a1 * m.y1 - c.a2 * m.y2;
+  m = {x, m.x1, y, m.y1};
+  return y;
+}
+
+// Runs `count` samples of the channels in V's lanes (inputs[lane]) through
+// both K-weighting stages and adds them to one sub-block of each
+// (targets[lane]). Everything lives in locals so that the loop keeps its
+// state in registers.
+template <typename V>
+void KWeightRun(const double* const* inputs, size_t count, const BiquadCoefficients& shelf,
+                const BiquadCoefficients& highPass, BiquadState* shelfStates, BiquadState* highPassStates,
+                LoudnessBlock* const* targets) {
+  using sample_lanes::LanesOf;
   const BiquadCoefficients s = shelf;
   const BiquadCoefficients h = highPass;
-  BiquadState a = shelfState;
-  BiquadState b = highPassState;
-  double energy = block.energy;
-  double peak = block.peak;
+  BiquadLanes<V> a = LoadMemory<V>(shelfStates);
+  BiquadLanes<V> b = LoadMemory<V>(highPassStates);
+  V energy = LanesOf<V>([&](unsigned l) { return targets[l]->energy; });
+  V peak = LanesOf<V>([&](unsigned l) { return targets[l]->peak; });
   for (size_t k = 0; k < count; ++k) {
-    const double x = input[k];
-    const double t = s.b0 * x + s.b1 * a.x1 + s.b2 * a.x2 - s.a1 * a.y1 - s.a2 * a.y2;
-    a.x2 = a.x1;
-    a.x1 = x;
-    a.y2 = a.y1;
-    a.y1 = t;
-    const double u = h.b0 * t + h.b1 * b.x1 + h.b2 * b.x2 - h.a1 * b.y1 - h.a2 * b.y2;
-    b.x2 = b.x1;
-    b.x1 = t;
-    b.y2 = b.y1;
-    b.y1 = u;
+    const V x = LanesOf<V>([&](unsigned l) { return inputs[l][k]; });
+    const V u = Biquad(h, b, Biquad(s, a, x));
     energy += u * u;
-    peak = std::max(peak, std::fabs(x));
+    peak = sample_lanes::Larger(peak, sample_lanes::Magnitude(x));
   }
-  shelfState = a;
-  highPassState = b;
-  block.energy = energy;
-  block.peak = peak;
-  block.sampleCount += static_cast<uint32_t>(count);
+  StoreMemory(a, shelfStates);
+  StoreMemory(b, highPassStates);
+  for (unsigned l = 0; l < sample_lanes::kLaneCount<V>; ++l) {
+    targets[l]->energy = sample_lanes::Lane(energy, l);
+    targets[l]->peak = sample_lanes::Lane(peak, l);
+    targets[l]->sampleCount += static_cast<uint32_t>(count);
+  }
 }
 
 }  // namespace
@@ -137,23 +165,44 @@ CAudioBS1770Impl::CAudioBS1770Impl(unsigned channelCount, int rate, CAudioStream
 void CAudioBS1770Impl::AddSamples(const std::vector<std::vector<double>>& samples) {
   if (channels == 0 || samples.empty()) return;
   const size_t length = samples[0].size();
-  for (unsigned c = 0; c < channels; ++c) FilterChannel(samples[c].data(), length, c);
+  sample_lanes::ForEachLaneGroup(
+      channels, [&](unsigned c) { return SubBlockFill(c) == SubBlockFill(c + 1); },
+      [&](auto lanes, unsigned first) { FilterChannels<decltype(lanes)>(samples, first, length); });
 }
 
-// Channels are independent, so each runs through the whole block on its own;
-// the sample-by-sample order within a channel is what fixes the results.
-void CAudioBS1770Impl::FilterChannel(const double* input, size_t length, unsigned channel) {
+uint32_t CAudioBS1770Impl::SubBlockFill(unsigned channel) const {
+  const std::vector<LoudnessBlock>& list = blocks[channel];
+  return list.empty() ? 0 : list.back().sampleCount % kSubBlockSamples;
+}
+
+LoudnessBlock& CAudioBS1770Impl::OpenSubBlock(unsigned channel) {
   std::vector<LoudnessBlock>& list = blocks[channel];
+  if (list.empty() || list.back().sampleCount >= kSubBlockSamples) list.push_back({0, 0.0, 0.0});
+  return list.back();
+}
+
+// Channels are independent: each runs through the whole block, in V's lanes
+// beside another whose sub-blocks end at the same samples (channels joined
+// from other measurements may not), or alone. The sample-by-sample order
+// within a channel is what fixes the results.
+template <typename V>
+void CAudioBS1770Impl::FilterChannels(const std::vector<std::vector<double>>& samples, unsigned first, size_t length) {
+  constexpr unsigned kLanes = sample_lanes::kLaneCount<V>;
   size_t done = 0;
   while (done < length) {
-    if (list.empty() || list.back().sampleCount >= kSubBlockSamples) list.push_back({0, 0.0, 0.0});
-    LoudnessBlock& block = list.back();
-    const size_t run = std::min<size_t>(length - done, kSubBlockSamples - block.sampleCount);
-    KWeightRun(input + done, run, shelf, highPass, shelfState[channel], highPassState[channel], block);
+    LoudnessBlock* targets[kLanes];
+    const double* inputs[kLanes];
+    for (unsigned l = 0; l < kLanes; ++l) {
+      targets[l] = &OpenSubBlock(first + l);
+      inputs[l] = samples[first + l].data() + done;
+    }
+    const size_t run = std::min<size_t>(length - done, kSubBlockSamples - targets[0]->sampleCount);
+    KWeightRun<V>(inputs, run, shelf, highPass, &shelfState[first], &highPassState[first], targets);
     done += run;
-    if (block.sampleCount == kSubBlockSamples) {
-      ClearNegligibleMemory(shelfState[channel]);
-      ClearNegligibleMemory(highPassState[channel]);
+    if (targets[0]->sampleCount < kSubBlockSamples) continue;
+    for (unsigned c = first; c < first + kLanes; ++c) {
+      ClearNegligibleMemory(shelfState[c]);
+      ClearNegligibleMemory(highPassState[c]);
     }
   }
 }

@@ -43,11 +43,18 @@ class CAudioBS1770Impl {
   void CopyChannelBlocks(unsigned targetChannel, unsigned sourceChannel, const CAudioBS1770Impl& source);
   void GetLoudnessCurve(int stepMilliseconds, int mode, std::vector<LoudnessPoint>& curve) const;
   static void SaveLoudnessCurve(const CString& fileName, const std::vector<LoudnessPoint>& curve);
+  // The sub-blocks of `channel` so far, the last one possibly unfinished.
+  const std::vector<LoudnessBlock>& ChannelBlocks(unsigned channel) const { return blocks[channel]; }
 
  private:
   class WindowSums;
 
-  void FilterChannel(const double* input, size_t length, unsigned channel);
+  // Samples already in the sub-block that the next sample of `channel` joins
+  // (0 where it opens a new one).
+  uint32_t SubBlockFill(unsigned channel) const;
+  LoudnessBlock& OpenSubBlock(unsigned channel);
+  template <typename V>
+  void FilterChannels(const std::vector<std::vector<double>>& samples, unsigned first, size_t length);
   bool GatingOn() const { return parameters.gatingBlockMilliseconds != 0; }
   double TwoStageGate(const std::vector<double>& meanSquares) const;
   double RangeLoudness(const WindowSums& sums, int mode, int64_t position, int stepMilliseconds) const;

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "audioparse/audio_support.h"
+#include "audioproc/sample_lanes.h"
 
 namespace NS_AudioMeasurement {
 
@@ -16,20 +17,39 @@ double CPeakLevelPPMIIa::AttackBase() const { return 1.0 - std::exp(-1.0 / (0.01
 
 double CPeakLevelPPMIIa::ProcessBlock(const std::vector<std::vector<double>>& block) {
   double blockPeak = kBlockPeakFloor;
-  for (size_t c = 0; c < block.size(); ++c) {
-    double e = envelope[c];
-    double channelPeak = held[c];
-    for (double x : block[c]) {
-      e = e / decayDivisor;  // the decay runs on every sample, also during an attack
-      const double a = std::fabs(x);
-      if (a > e) e = e + (a - e) * attack;
-      blockPeak = std::max(blockPeak, e);
-      channelPeak = std::max(channelPeak, e);
-    }
-    envelope[c] = e;
-    held[c] = channelPeak;
-  }
+  sample_lanes::ForEachLaneGroup(
+      static_cast<unsigned>(block.size()), [&](unsigned c) { return block[c].size() == block[c + 1].size(); },
+      [&](auto lanes, unsigned first) {
+        blockPeak = std::max(blockPeak, FollowChannels<decltype(lanes)>(block, first));
+      });
   return 20.0 * std::log10(blockPeak);
+}
+
+// Runs the envelopes of the channels in V's lanes over their samples; the
+// result is the highest envelope they reached, at least the block floor.
+template <typename V>
+double CPeakLevelPPMIIa::FollowChannels(const std::vector<std::vector<double>>& block, unsigned first) {
+  using namespace sample_lanes;
+  V e = LanesOf<V>([&](unsigned l) { return envelope[first + l]; });
+  V channelPeak = LanesOf<V>([&](unsigned l) { return held[first + l]; });
+  V blockPeak = LanesOf<V>([](unsigned) { return kBlockPeakFloor; });
+  const size_t length = block[first].size();
+  for (size_t i = 0; i < length; ++i) {
+    e = e / decayDivisor;  // the decay runs on every sample, also during an attack
+    const V a = Magnitude(LanesOf<V>([&](unsigned l) { return block[first + l][i]; }));
+    // Most samples lie under the envelope: the branch keeps the rise, and
+    // its wait for the comparison, off the chain from sample to sample.
+    if (AnyGreater(a, e)) e = IfGreater(a, e, e + (a - e) * attack, e);
+    blockPeak = Larger(blockPeak, e);
+    channelPeak = Larger(channelPeak, e);
+  }
+  double highest = kBlockPeakFloor;
+  for (unsigned l = 0; l < kLaneCount<V>; ++l) {
+    envelope[first + l] = Lane(e, l);
+    held[first + l] = Lane(channelPeak, l);
+    highest = std::max(highest, Lane(blockPeak, l));
+  }
+  return highest;
 }
 
 double CPeakLevelPPMIIa::GetPeakReading() { return 20.0 * std::log10(HighestHeld()) * 0.25 + 8.5; }

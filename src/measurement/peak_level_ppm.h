@@ -27,6 +27,8 @@ class CPeakLevelPPMIIa : public CAudioPeakLevelImpl {
  private:
   // The attack factor for a time constant of 10 ms, before its gain.
   double AttackBase() const;
+  template <typename V>
+  double FollowChannels(const std::vector<std::vector<double>>& block, unsigned first);
 
   double attack;
   double decayDivisor;

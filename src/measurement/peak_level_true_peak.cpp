@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "audioproc/sample_lanes.h"
+
 namespace NS_AudioMeasurement {
 
 CPeakLevelTruePeak::CPeakLevelTruePeak(unsigned channelCount, int rate)
@@ -16,8 +18,7 @@ double CPeakLevelTruePeak::ProcessBlock(const std::vector<std::vector<double>>& 
     input.assign(block[c].begin(), block[c].end());
     int used = 0;
     rateConverter.ResampleSingleChannel(input, used, output, static_cast<unsigned>(c));
-    float channelPeak = 0.0f;
-    for (float y : output) channelPeak = std::max(channelPeak, std::fabs(y));
+    const float channelPeak = sample_lanes::LargestMagnitude(output.data(), output.size(), 0.0f);
     truePeaks[c] = std::max(truePeaks[c], channelPeak);
     blockPeak = std::max(blockPeak, static_cast<double>(channelPeak));
   }

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "audioproc/sample_lanes.h"
+
 namespace NS_AudioMeasurement {
 
 CPeakLevelVU::CPeakLevelVU(unsigned channelCount, int rate)
@@ -27,19 +29,42 @@ double CPeakLevelVU::CloseSubBlock(CVUChannel& record) const {
 
 double CPeakLevelVU::ProcessBlock(const std::vector<std::vector<double>>& block) {
   double blockPeak = kBlockPeakFloor;
-  for (size_t c = 0; c < block.size(); ++c) {
-    CVUChannel& record = records[c];
-    for (double x : block[c]) {
-      ++record.count;
-      record.sum += std::fabs(x);
-      if (record.count == subBlockLength) {
-        const double mean = CloseSubBlock(record);
-        held[c] = std::max(held[c], mean);
-        blockPeak = std::max(blockPeak, mean);
-      }
-    }
-  }
+  // Without a sub-block (rates below 100 Hz) no mean is ever taken.
+  if (subBlockLength == 0) return 20.0 * std::log10(blockPeak) + kOffset;
+  sample_lanes::ForEachLaneGroup(
+      static_cast<unsigned>(block.size()),
+      [&](unsigned c) { return block[c].size() == block[c + 1].size() && records[c].count == records[c + 1].count; },
+      [&](auto lanes, unsigned first) {
+        blockPeak = std::max(blockPeak, AverageChannels<decltype(lanes)>(block, first));
+      });
   return 20.0 * std::log10(blockPeak) + kOffset;
+}
+
+// Adds the magnitudes of the channels in V's lanes to their sub-blocks, one
+// stretch up to the next sub-block's end at a time. The result is the
+// highest mean of the sub-blocks closed, at least the block floor.
+template <typename V>
+double CPeakLevelVU::AverageChannels(const std::vector<std::vector<double>>& block, unsigned first) {
+  using namespace sample_lanes;
+  constexpr unsigned kLanes = kLaneCount<V>;
+  double highest = kBlockPeakFloor;
+  const size_t length = block[first].size();
+  for (size_t i = 0; i < length;) {
+    const size_t end = std::min<size_t>(length, i + (subBlockLength - records[first].count));
+    V sum = LanesOf<V>([&](unsigned l) { return records[first + l].sum; });
+    for (size_t k = i; k < end; ++k) sum += Magnitude(LanesOf<V>([&](unsigned l) { return block[first + l][k]; }));
+    for (unsigned l = 0; l < kLanes; ++l) {
+      CVUChannel& record = records[first + l];
+      record.sum = Lane(sum, l);
+      record.count += static_cast<uint32_t>(end - i);
+      if (record.count < subBlockLength) continue;
+      const double mean = CloseSubBlock(record);
+      held[first + l] = std::max(held[first + l], mean);
+      highest = std::max(highest, mean);
+    }
+    i = end;
+  }
+  return highest;
 }
 
 double CPeakLevelVU::GetPeakReading() { return 20.0 * std::log10(HighestHeld()) + kOffset; }

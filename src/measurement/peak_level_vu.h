@@ -30,6 +30,8 @@ class CPeakLevelVU : public CAudioPeakLevelImpl {
 
   // Closes the current sub-block of `record`; the result is the mean over the window.
   double CloseSubBlock(CVUChannel& record) const;
+  template <typename V>
+  double AverageChannels(const std::vector<std::vector<double>>& block, unsigned first);
 
   uint32_t subBlockLength;
   uint32_t windowLength;

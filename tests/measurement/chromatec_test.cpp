@@ -1,9 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <deque>
 
 #include "measurement/audio_peak_level.h"
 #include "measurement/chromatec_meter.h"
+#include "measurement/fft_filter.h"
 #include "signals.h"
 
 namespace {
@@ -62,6 +65,82 @@ TEST(ChromatecTest, SelfTestReadsTheTonesLevel) {
   // Ten one-second tones at -22 dB in both channels, each followed by a second
   // of near-silence: the stereo mix has the RMS of the tone's amplitude.
   EXPECT_NEAR(CAudioPeakLevel::TestPeakLevel(MEASUREMENT_CHROMATEC), -22.1, 0.3);
+}
+
+// The meter's rules one sample at a time, on a filter of its own built from
+// the weighting curve: the meter squares its filtered samples two at a time.
+class ScalarChromatec {
+ public:
+  ScalarChromatec() {
+    const double curve[51][2] = {
+        {100, -7},  {125, -7},   {160, -1},   {200, 3},    {250, 3},    {300, 4},    {315, 5},  {350, 6},   {400, 4.5},
+        {450, 4},   {500, 3.5},  {600, 4.1},  {700, 4.5},  {800, 2},    {900, 0},    {1000, 0}, {1100, 2},  {1200, 3},
+        {1300, 4},  {1400, 4.5}, {1500, 4.5}, {1600, 4},   {1700, 3.5}, {1800, 3},   {1900, 3}, {2000, 3},  {2100, 3.5},
+        {2200, 4},  {2300, 5},   {2400, 6},   {2500, 7},   {2600, 8},   {2700, 8.5}, {2800, 9}, {2900, 10}, {3000, 10},
+        {3100, 10}, {3200, 10},  {3300, 9},   {3400, 9},   {3500, 8},   {3600, 9},   {3700, 9}, {3800, 9},  {3900, 9},
+        {4000, 9},  {5000, 9},   {6000, 6},   {7000, 1.5}, {9000, 0},   {20000, 0}};
+    for (const auto& point : curve) filter_.AddFilterPoint(point[0], point[1]);
+    filter_.BuildFilter(48000, 16384);
+  }
+
+  double Process(const Block& block) {
+    std::vector<double> mix(block[0].size(), 0.0);
+    for (const auto& channel : block) {
+      for (size_t i = 0; i < mix.size(); ++i) mix[i] += channel[i] * 0.707;
+    }
+    std::vector<double> filtered;
+    if (filter_.ProcessSamples(mix, filtered) == 0) return -INFINITY;
+    for (double y : filtered) {
+      const double narrowed = static_cast<float>(y);
+      energy_ += narrowed * narrowed;
+      if (++count_ < 2400) continue;
+      window_.pop_front();
+      window_.push_back(std::sqrt(energy_ / 2400));
+      energy_ = 0.0;
+      count_ = 0;
+      Integrate();
+    }
+    return maxLevel_;
+  }
+
+ private:
+  void Integrate() {
+    const double sink =
+        static_cast<float>(std::pow(10.0, static_cast<double>(static_cast<float>(-(4.5 / 20.0) / 20.0))));
+    double accumulated = 0.0;
+    for (double value : window_) {
+      if (accumulated > value && sink * accumulated > value) value = sink * accumulated;
+      accumulated += value / 100.0;
+    }
+    const double level = accumulated >= 1.0 / 32767.0 ? 20.0 * std::log10(accumulated) : -96.0;
+    maxLevel_ = std::max(maxLevel_, level + 2.42);
+  }
+
+  NS_AudioMeasurement::CFFTFilter filter_;
+  std::deque<double> window_ = std::deque<double>(100, 0.0);
+  double energy_ = 0.0;
+  int count_ = 0;
+  double maxLevel_ = -96.0;
+};
+
+// A crescendo of seeded noise, so that the level keeps setting new highs and
+// every step shows in the reading, fed in pieces of random length.
+TEST(ChromatecTest, FollowsTheScalarRulesOnRandomPieces) {
+  Block programme{MixedMaterial(40 * 48000, 5), MixedMaterial(40 * 48000, 6)};
+  for (auto& channel : programme) {
+    const double length = static_cast<double>(channel.size());
+    for (size_t i = 0; i < channel.size(); ++i) channel[i] *= 1e-4 * std::pow(1e4, static_cast<double>(i) / length);
+  }
+  CChromatecMeter meter;
+  ScalarChromatec model;
+  size_t piece = 0;
+  std::vector<double> readings;
+  FeedInRandomPieces(programme, 20000, 7, [&](const Block& block) {
+    const double expected = model.Process(block);
+    ASSERT_EQ(meter.Process(block), expected) << "piece " << piece++;
+    if (readings.empty() || readings.back() != expected) readings.push_back(expected);
+  });
+  EXPECT_GT(readings.size(), 100u);
 }
 
 }  // namespace

@@ -58,6 +58,25 @@ inline std::vector<double> Concat(std::initializer_list<std::vector<double>> par
   return out;
 }
 
+// Seeded material that tries every path of a meter: noise bursts of random
+// level and length, digital silence (some stretches long enough for filter
+// memory to ring down and be cleared), subnormal samples and full-scale clicks.
+inline std::vector<double> MixedMaterial(size_t count, uint32_t seed) {
+  std::mt19937 generator(seed);
+  std::uniform_real_distribution<double> unit(0.0, 1.0);
+  std::normal_distribution<double> noise(0.0, 1.0);
+  std::vector<double> out;
+  while (out.size() < count) {
+    const double draw = unit(generator);
+    const size_t length = draw < 0.1 ? 2 * 48000 : 1 + generator() % 30000;
+    const double level = draw < 0.3 ? 0.0 : std::pow(10.0, -8.0 * unit(generator));
+    for (size_t i = 0; i < length; ++i) out.push_back(level * noise(generator));
+  }
+  out.resize(count);
+  for (int k = 0; k < 20; ++k) out[generator() % count] = k % 2 == 0 ? 4.9e-320 : -1.0;
+  return out;
+}
+
 // `channels` copies of one signal.
 inline Block Copies(const std::vector<double>& signal, size_t channels) { return Block(channels, signal); }
 
