@@ -6,13 +6,15 @@
 #include <cstdio>
 #include <cstring>
 
+#include "deinterlace/smart_field_rows.h"
 #include "deinterlace/status_font.h"
 #include "platform/buffer_alloc.h"
 #include "platform/logger.h"
 
-// The row kernels below are plain loops over restrict-qualified rows with
-// selects instead of branches, so that the compiler vectorises them.
 namespace {
+
+using smart_field_rows::CombTest;
+using smart_field_rows::RowTriple;
 
 constexpr uint8_t kMarked = 255;
 // A block with more hits than this makes the frame combed.
@@ -37,6 +39,8 @@ struct Plane {
   ptrdiff_t pitch;
 
   uint8_t* Row(int y) const { return pixels + y * pitch; }
+  // Row y with the rows of the other field around it.
+  RowTriple Around(int y) const { return {Row(y - 1), Row(y), Row(y + 1)}; }
 };
 
 // How many map columns and map rows one chroma sample stands for.
@@ -55,78 +59,6 @@ Plane PlaneOf(const CYUVFrame& frame, int plane) {
           frame.chromaStride};
 }
 
-// Whether a comb product (below - pixel) * (above - pixel) exceeds a
-// threshold, decided in 16-bit lanes so that the compiler can vectorise it
-// eight or sixteen pixels at a time. Each factor lies within -255..255, so
-// the product's magnitude is at most 65025 and its low 16 bits give it
-// exactly once the sign, that of the factors' XOR, is known. A threshold that
-// is non-negative as a signed value is exceeded by positive products of a
-// greater magnitude; a negative one by every product except the negative
-// ones of magnitude -threshold or more.
-struct CombTest {
-  uint16_t bound;    // the least magnitude that decides
-  uint16_t inverse;  // 0xffff for a negative threshold, else 0
-};
-
-CombTest MakeCombTest(uint32_t threshold) {
-  const int64_t signedThreshold = static_cast<int32_t>(threshold);
-  if (signedThreshold >= 0) return {static_cast<uint16_t>(std::min<int64_t>(signedThreshold + 1, 0xffff)), 0};
-  return {static_cast<uint16_t>(std::min<int64_t>(-signedThreshold, 0xffff)), 0xffff};
-}
-
-struct CombProduct {
-  uint16_t low;       // the product modulo 2^16
-  uint16_t negative;  // 0xffff when the factors differ in sign
-};
-
-inline CombProduct ProductOf(uint8_t above, uint8_t pixel, uint8_t below) {
-  const auto toBelow = static_cast<int16_t>(below - pixel);
-  const auto toAbove = static_cast<int16_t>(above - pixel);
-  return {static_cast<uint16_t>(toBelow * toAbove), static_cast<uint16_t>((toBelow ^ toAbove) >> 15)};
-}
-
-// 255 where the product exceeds the test's threshold, else 0. Under
-// `inverse` the magnitude of a negative product is -low, and the other
-// products weigh 0; the comparison is then turned round.
-inline uint8_t Exceeds(const CombProduct& product, const CombTest& test) {
-  const auto magnitude = static_cast<uint16_t>((product.low ^ test.inverse) - test.inverse);
-  const auto weighed = static_cast<uint16_t>(magnitude & (product.negative ^ static_cast<uint16_t>(~test.inverse)));
-  const auto reaches = static_cast<uint16_t>(-static_cast<uint16_t>(weighed >= test.bound));
-  return static_cast<uint8_t>(reaches ^ test.inverse);
-}
-
-void MarkCombAndMotion(const uint8_t* __restrict above, const uint8_t* __restrict row,
-                       const uint8_t* __restrict below, int width, CombTest combTest, CombTest motionTest,
-                       uint8_t* __restrict comb, uint8_t* __restrict motion) {
-  for (int x = 0; x < width; ++x) {
-    const CombProduct product = ProductOf(above[x], row[x], below[x]);
-    comb[x] = Exceeds(product, combTest);
-    motion[x] = Exceeds(product, motionTest);
-  }
-}
-
-void MarkMotion(const uint8_t* __restrict above, const uint8_t* __restrict row, const uint8_t* __restrict below,
-                int width, CombTest motionTest, uint8_t* __restrict motion) {
-  for (int x = 0; x < width; ++x) motion[x] = Exceeds(ProductOf(above[x], row[x], below[x]), motionTest);
-}
-
-// ORs the marks of `count` chroma samples into a map row, each into the
-// kColumns map columns the sample covers.
-template <int kColumns>
-void OrMarksInto(uint8_t* __restrict mapRow, const uint8_t* __restrict marks, int count) {
-  for (int x = 0; x < count; ++x) {
-    for (int c = 0; c < kColumns; ++c) mapRow[kColumns * x + c] |= marks[x];
-  }
-}
-
-void OrMarksInto(const ChromaScale& scale, uint8_t* mapRow, const uint8_t* marks, int count) {
-  if (scale.columns == 2) {
-    OrMarksInto<2>(mapRow, marks, count);
-  } else {
-    OrMarksInto<1>(mapRow, marks, count);
-  }
-}
-
 // The map rows that chroma row y marks; returns how many.
 int ChromaMapRows(const ChromaScale& scale, int y, int rows[3]) {
   if (scale.rows == 1) {
@@ -139,61 +71,10 @@ int ChromaMapRows(const ChromaScale& scale, int y, int rows[3]) {
   return 3;
 }
 
-// Adds to each block counter the hits of one row: columns whose comb map is
-// marked in this row and in the rows above and below. Map bytes are 0 or 255,
-// so the lowest bit of their AND is the hit, and four hits are summed in one
-// 32-bit word.
-void CountRowHits(const uint8_t* __restrict above, const uint8_t* __restrict row, const uint8_t* __restrict below,
-                  int width, int32_t* __restrict counters) {
-  const int blocks = width >> kBlockColumnsShift;
-  for (int block = 0; block < blocks; ++block) {
-    uint32_t a, b, c;
-    std::memcpy(&a, above + 4 * block, 4);
-    std::memcpy(&b, row + 4 * block, 4);
-    std::memcpy(&c, below + 4 * block, 4);
-    uint32_t hits = a & b & c & 0x01010101u;
-    hits += hits >> 8;
-    hits += hits >> 16;
-    counters[block] += static_cast<int32_t>(hits & 0xff);
-  }
-  for (int x = blocks << kBlockColumnsShift; x < width; ++x) {
-    counters[x >> kBlockColumnsShift] += above[x] & row[x] & below[x] & 1;
-  }
-}
-
-// Odd rows without blend: marked pixels become the rounded-up average of the
-// rows above and below. kStep is the map columns one pixel stands for.
-template <int kStep>
-void AverageMarked(const uint8_t* __restrict above, uint8_t* __restrict row, const uint8_t* __restrict below,
-                   const uint8_t* __restrict map, int width) {
-  for (int x = 0; x < width; ++x) {
-    const uint8_t average = static_cast<uint8_t>((above[x] + below[x] + 1) >> 1);
-    row[x] = map[kStep * x] != 0 ? average : row[x];
-  }
-}
-
-template <int kStep>
-void BlendMarked(const uint8_t* __restrict sourceAbove, uint8_t* __restrict row,
-                 const uint8_t* __restrict sourceBelow, const uint8_t* __restrict map, int width) {
-  for (int x = 0; x < width; ++x) {
-    const uint8_t blended = static_cast<uint8_t>(((sourceAbove[x] + sourceBelow[x]) >> 2) + (row[x] >> 1));
-    row[x] = map[kStep * x] != 0 ? blended : row[x];
-  }
-}
-
-// The edge rows under blend have one neighbour and no rounding.
-void HalveWith(uint8_t* __restrict row, const uint8_t* __restrict source, int width) {
-  for (int x = 0; x < width; ++x) row[x] = static_cast<uint8_t>((row[x] + source[x]) >> 1);
-}
-
 void ReplaceOddRows(const Plane& target, const Plane& motion, const ChromaScale& scale) {
   for (int y = 1; y <= target.height - 2; y += 2) {
-    const uint8_t* map = motion.Row(scale.rows * y);
-    if (scale.columns == 2) {
-      AverageMarked<2>(target.Row(y - 1), target.Row(y), target.Row(y + 1), map, target.width);
-    } else {
-      AverageMarked<1>(target.Row(y - 1), target.Row(y), target.Row(y + 1), map, target.width);
-    }
+    smart_field_rows::AverageMarked(target.Around(y), target.Row(y), motion.Row(scale.rows * y), scale.columns,
+                                    target.width);
   }
 }
 
@@ -201,17 +82,14 @@ void ReplaceOddRows(const Plane& target, const Plane& motion, const ChromaScale&
 void BlendPlane(const Plane& target, const Plane& source, const Plane& motion, const ChromaScale& scale) {
   const int last = target.height - 1;
   if (last < 1) return;
-  HalveWith(target.Row(0), source.Row(1), target.width);
+  smart_field_rows::HalveWith(target.Row(0), source.Row(1), target.width);
   for (int y = 1; y < last; ++y) {
     // In 4:2:0 the chroma repair looks one map row higher than without blend.
     const uint8_t* map = motion.Row(scale.rows == 2 ? 2 * y - 1 : y);
-    if (scale.columns == 2) {
-      BlendMarked<2>(source.Row(y - 1), target.Row(y), source.Row(y + 1), map, target.width);
-    } else {
-      BlendMarked<1>(source.Row(y - 1), target.Row(y), source.Row(y + 1), map, target.width);
-    }
+    smart_field_rows::BlendMarked(source.Row(y - 1), target.Row(y), source.Row(y + 1), map, scale.columns,
+                                  target.width);
   }
-  HalveWith(target.Row(last), source.Row(last - 1), target.width);
+  smart_field_rows::HalveWith(target.Row(last), source.Row(last - 1), target.width);
 }
 
 // One luma row of the painted map: pixels of 2x2 squares with a mark become
@@ -427,8 +305,8 @@ void CSmartFieldDeinterlacer::MapLumaPlane() {
   if (luma.width < 1 || luma.height < 1) return;
   const size_t width = static_cast<size_t>(luma.width);
   const int last = luma.height - 1;
-  const CombTest combTest = MakeCombTest(combThreshold);
-  const CombTest motionTest = MakeCombTest(motionThreshold);
+  const CombTest combTest = smart_field_rows::MakeCombTest(combThreshold);
+  const CombTest motionTest = smart_field_rows::MakeCombTest(motionThreshold);
   // The first and last rows have only one neighbour: always moving, never combed.
   for (int y : {0, last}) {
     if (!deinterlaceAll) std::memset(comb.Row(y), 0, width);
@@ -437,10 +315,10 @@ void CSmartFieldDeinterlacer::MapLumaPlane() {
   for (int y = 1; y < last; ++y) {
     if (deinterlaceAll) {
       std::memset(comb.Row(y), 0, width);
-      MarkMotion(luma.Row(y - 1), luma.Row(y), luma.Row(y + 1), luma.width, motionTest, motion.Row(y));
+      smart_field_rows::MarkMotion(luma.Around(y), luma.width, motionTest, motion.Row(y));
     } else {
-      MarkCombAndMotion(luma.Row(y - 1), luma.Row(y), luma.Row(y + 1), luma.width, combTest, motionTest,
-                        comb.Row(y), motion.Row(y));
+      smart_field_rows::MarkCombAndMotion(luma.Around(y), luma.width, combTest, motionTest, comb.Row(y),
+                                          motion.Row(y));
     }
   }
 }
@@ -451,8 +329,8 @@ void CSmartFieldDeinterlacer::MapChromaPlane(int plane) {
   const Plane motion = PlaneOf(*motionMapFrame, PLANE_Y);
   const ChromaScale scale = ScaleOf(currentFrame->chroma);
   const bool marksComb = !deinterlaceAll && useChroma;
-  const CombTest combTest = MakeCombTest(combThreshold);
-  const CombTest motionTest = MakeCombTest(motionThreshold);
+  const CombTest combTest = smart_field_rows::MakeCombTest(combThreshold);
+  const CombTest motionTest = smart_field_rows::MakeCombTest(motionThreshold);
   uint8_t combMarks[kChromaChunk];
   uint8_t motionMarks[kChromaChunk];
   for (int y = 1; y < chroma.height - 1; ++y) {
@@ -460,18 +338,18 @@ void CSmartFieldDeinterlacer::MapChromaPlane(int plane) {
     const int mapRowCount = ChromaMapRows(scale, y, mapRows);
     for (int x = 0; x < chroma.width; x += kChromaChunk) {
       const int count = std::min(kChromaChunk, chroma.width - x);
-      const uint8_t* above = chroma.Row(y - 1) + x;
-      const uint8_t* row = chroma.Row(y) + x;
-      const uint8_t* below = chroma.Row(y + 1) + x;
+      const RowTriple rows = {chroma.Row(y - 1) + x, chroma.Row(y) + x, chroma.Row(y + 1) + x};
       if (marksComb) {
-        MarkCombAndMotion(above, row, below, count, combTest, motionTest, combMarks, motionMarks);
+        smart_field_rows::MarkCombAndMotion(rows, count, combTest, motionTest, combMarks, motionMarks);
       } else {
-        MarkMotion(above, row, below, count, motionTest, motionMarks);
+        smart_field_rows::MarkMotion(rows, count, motionTest, motionMarks);
       }
       const int mapColumn = x * scale.columns;
       for (int i = 0; i < mapRowCount; ++i) {
-        OrMarksInto(scale, motion.Row(mapRows[i]) + mapColumn, motionMarks, count);
-        if (marksComb) OrMarksInto(scale, comb.Row(mapRows[i]) + mapColumn, combMarks, count);
+        smart_field_rows::OrMarksInto(motion.Row(mapRows[i]) + mapColumn, motionMarks, count, scale.columns);
+        if (marksComb) {
+          smart_field_rows::OrMarksInto(comb.Row(mapRows[i]) + mapColumn, combMarks, count, scale.columns);
+        }
       }
     }
   }
@@ -483,12 +361,14 @@ bool CSmartFieldDeinterlacer::IsCombedYV12() {
   // The grid's row pitch is width / 4, one less than the count allows for, so
   // the hits of a partial last column go to the next block row's first counter.
   const int pitch = comb.width >> kBlockColumnsShift;
-  for (int y = 1; y < comb.height - 1; ++y) {
-    CountRowHits(comb.Row(y - 1), comb.Row(y), comb.Row(y + 1), comb.width,
-                 blockCounters + (y >> kBlockRowsShift) * pitch);
+  for (int first = 1; first < comb.height - 1; first = (first | ((1 << kBlockRowsShift) - 1)) + 1) {
+    const int last = std::min(first | ((1 << kBlockRowsShift) - 1), comb.height - 2);
+    smart_field_rows::AddBlockHits(comb.pixels, comb.pitch, first, last, comb.width,
+                                   blockCounters + (first >> kBlockRowsShift) * pitch);
   }
-  return std::any_of(blockCounters, blockCounters + blockCount,
-                     [](int32_t hits) { return hits > kCombedBlockHits; });
+  bool anyCombed = false;
+  for (int32_t i = 0; i < blockCount; ++i) anyCombed |= blockCounters[i] > kCombedBlockHits;
+  return anyCombed;
 }
 
 void CSmartFieldDeinterlacer::DeinterlacePlaneYV12(int plane) {
