@@ -21,8 +21,10 @@ constexpr uint8_t kMarked = 255;
 constexpr int32_t kCombedBlockHits = 15;
 constexpr int kBlockColumnsShift = 2;  // blocks are 4 columns wide
 constexpr int kBlockRowsShift = 3;     // and 8 rows high
-// Chroma rows are marked through a stack buffer of this many samples at a time.
-constexpr int kChromaChunk = 256;
+// Chroma rows are marked through stack buffers of this many samples at a time.
+constexpr int kChromaChunk = 1024;
+// Map rows built together, few enough for the maps and pixels to stay cached.
+constexpr int kBandRows = 32;
 
 constexpr uint8_t kMapLuma = 235;
 constexpr uint8_t kMapCb = 240;
@@ -233,13 +235,11 @@ HRESULT CSmartFieldDeinterlacer::DeinterlaceFrame(CYUVFrame& frame) {
 HRESULT CSmartFieldDeinterlacer::DeinterlaceFrameYV12() {
   PrepareMapFrames();
   PrepareBlockCounters();
-  MotionMapYV12(PLANE_Y);
-  MotionMapYV12(PLANE_U);
-  MotionMapYV12(PLANE_V);
+  BuildMapsInBands();
   if (deinterlaceAll) {
     lastFrameStatus = STATUS_DEINTERLACE_ALL;
   } else {
-    lastFrameStatus = IsCombedYV12() ? STATUS_COMBED : STATUS_CLEAN;
+    lastFrameStatus = AnyBlockCombed() ? STATUS_COMBED : STATUS_CLEAN;
   }
   if (lastFrameStatus != STATUS_CLEAN) {
     if (showMotionMap) {
@@ -292,28 +292,61 @@ void CSmartFieldDeinterlacer::PrepareBlendSource() {
 
 void CSmartFieldDeinterlacer::MotionMapYV12(int plane) {
   if (plane == PLANE_Y) {
-    MapLumaPlane();
+    MapLumaRows(0, currentFrame->height);
   } else {
-    MapChromaPlane(plane);
+    MapChromaRows({plane}, 0, PlaneOf(*currentFrame, plane).height);
   }
 }
 
-void CSmartFieldDeinterlacer::MapLumaPlane() {
+bool CSmartFieldDeinterlacer::IsCombedYV12() {
+  std::fill(blockCounters, blockCounters + blockCount, 0);
+  CountHits(0, combMapFrame->height);
+  return AnyBlockCombed();
+}
+
+// Chroma row y marks map rows up to 2y + 2 in 4:2:0 (up to y otherwise), so
+// it runs once the luma pass has written those; a map row is final once no
+// later chroma row can mark it, and its hits count once the row below is.
+void CSmartFieldDeinterlacer::BuildMapsInBands() {
+  const int height = currentFrame->height;
+  const int chromaHeight = PlaneOf(*currentFrame, PLANE_U).height;
+  const bool halfHeight = ScaleOf(currentFrame->chroma).rows == 2;
+  const bool chromaCombs = !deinterlaceAll && useChroma;
+  if (!deinterlaceAll) std::fill(blockCounters, blockCounters + blockCount, 0);
+  int chromaDone = 0;
+  int hitsDone = 0;
+  for (int bandStart = 0; bandStart < height; bandStart += kBandRows) {
+    const int bandEnd = std::min(height, bandStart + kBandRows);
+    MapLumaRows(bandStart, bandEnd);
+    int chromaEnd = halfHeight ? (bandEnd - 1) / 2 : bandEnd;
+    if (bandEnd == height || chromaEnd >= chromaHeight - 1) chromaEnd = chromaHeight;
+    MapChromaRows({PLANE_U, PLANE_V}, chromaDone, chromaEnd);
+    chromaDone = chromaEnd;
+    if (deinterlaceAll) continue;
+    int finalEnd = bandEnd;
+    if (chromaCombs && chromaEnd < chromaHeight) finalEnd = halfHeight ? 2 * chromaEnd - 1 : chromaEnd;
+    const int hitsEnd = std::max(hitsDone, finalEnd == height ? height : finalEnd - 1);
+    CountHits(hitsDone, hitsEnd);
+    hitsDone = hitsEnd;
+  }
+}
+
+// Rows first..end-1 of both maps from the luma plane.
+void CSmartFieldDeinterlacer::MapLumaRows(int first, int end) {
   const Plane luma = PlaneOf(*currentFrame, PLANE_Y);
   const Plane comb = PlaneOf(*combMapFrame, PLANE_Y);
   const Plane motion = PlaneOf(*motionMapFrame, PLANE_Y);
-  if (luma.width < 1 || luma.height < 1) return;
+  if (luma.width < 1) return;
   const size_t width = static_cast<size_t>(luma.width);
   const int last = luma.height - 1;
   const CombTest combTest = smart_field_rows::MakeCombTest(combThreshold);
   const CombTest motionTest = smart_field_rows::MakeCombTest(motionThreshold);
-  // The first and last rows have only one neighbour: always moving, never combed.
-  for (int y : {0, last}) {
-    if (!deinterlaceAll) std::memset(comb.Row(y), 0, width);
-    std::memset(motion.Row(y), kMarked, width);
-  }
-  for (int y = 1; y < last; ++y) {
-    if (deinterlaceAll) {
+  for (int y = first; y < end; ++y) {
+    if (y == 0 || y == last) {
+      // The first and last rows have only one neighbour: always moving, never combed.
+      if (!deinterlaceAll) std::memset(comb.Row(y), 0, width);
+      std::memset(motion.Row(y), kMarked, width);
+    } else if (deinterlaceAll) {
       std::memset(comb.Row(y), 0, width);
       smart_field_rows::MarkMotion(luma.Around(y), luma.width, motionTest, motion.Row(y));
     } else {
@@ -323,26 +356,39 @@ void CSmartFieldDeinterlacer::MapLumaPlane() {
   }
 }
 
-void CSmartFieldDeinterlacer::MapChromaPlane(int plane) {
-  const Plane chroma = PlaneOf(*currentFrame, plane);
+// Adds the marks of chroma rows first..end-1 of the planes, ORed together,
+// to the maps; the first and last chroma rows mark nothing.
+void CSmartFieldDeinterlacer::MapChromaRows(std::initializer_list<int> planes, int first, int end) {
   const Plane comb = PlaneOf(*combMapFrame, PLANE_Y);
   const Plane motion = PlaneOf(*motionMapFrame, PLANE_Y);
   const ChromaScale scale = ScaleOf(currentFrame->chroma);
   const bool marksComb = !deinterlaceAll && useChroma;
   const CombTest combTest = smart_field_rows::MakeCombTest(combThreshold);
   const CombTest motionTest = smart_field_rows::MakeCombTest(motionThreshold);
-  uint8_t combMarks[kChromaChunk];
-  uint8_t motionMarks[kChromaChunk];
-  for (int y = 1; y < chroma.height - 1; ++y) {
+  const Plane shape = PlaneOf(*currentFrame, *planes.begin());
+  uint8_t combMarks[kChromaChunk], motionMarks[kChromaChunk];
+  uint8_t planeCombMarks[kChromaChunk], planeMotionMarks[kChromaChunk];
+  for (int y = std::max(first, 1); y < std::min(end, shape.height - 1); ++y) {
     int mapRows[3];
     const int mapRowCount = ChromaMapRows(scale, y, mapRows);
-    for (int x = 0; x < chroma.width; x += kChromaChunk) {
-      const int count = std::min(kChromaChunk, chroma.width - x);
-      const RowTriple rows = {chroma.Row(y - 1) + x, chroma.Row(y) + x, chroma.Row(y + 1) + x};
-      if (marksComb) {
-        smart_field_rows::MarkCombAndMotion(rows, count, combTest, motionTest, combMarks, motionMarks);
-      } else {
-        smart_field_rows::MarkMotion(rows, count, motionTest, motionMarks);
+    for (int x = 0; x < shape.width; x += kChromaChunk) {
+      const int count = std::min(kChromaChunk, shape.width - x);
+      bool firstPlane = true;
+      for (int plane : planes) {
+        const Plane chroma = PlaneOf(*currentFrame, plane);
+        const RowTriple rows = {chroma.Row(y - 1) + x, chroma.Row(y) + x, chroma.Row(y + 1) + x};
+        uint8_t* combOut = firstPlane ? combMarks : planeCombMarks;
+        uint8_t* motionOut = firstPlane ? motionMarks : planeMotionMarks;
+        if (marksComb) {
+          smart_field_rows::MarkCombAndMotion(rows, count, combTest, motionTest, combOut, motionOut);
+        } else {
+          smart_field_rows::MarkMotion(rows, count, motionTest, motionOut);
+        }
+        if (!firstPlane) {
+          smart_field_rows::OrMarksInto(motionMarks, planeMotionMarks, count, 1);
+          if (marksComb) smart_field_rows::OrMarksInto(combMarks, planeCombMarks, count, 1);
+        }
+        firstPlane = false;
       }
       const int mapColumn = x * scale.columns;
       for (int i = 0; i < mapRowCount; ++i) {
@@ -355,17 +401,23 @@ void CSmartFieldDeinterlacer::MapChromaPlane(int plane) {
   }
 }
 
-bool CSmartFieldDeinterlacer::IsCombedYV12() {
-  std::fill(blockCounters, blockCounters + blockCount, 0);
+// Adds the hits of map rows first..end-1 to the block counters.
+void CSmartFieldDeinterlacer::CountHits(int first, int end) {
   const Plane comb = PlaneOf(*combMapFrame, PLANE_Y);
   // The grid's row pitch is width / 4, one less than the count allows for, so
   // the hits of a partial last column go to the next block row's first counter.
   const int pitch = comb.width >> kBlockColumnsShift;
-  for (int first = 1; first < comb.height - 1; first = (first | ((1 << kBlockRowsShift) - 1)) + 1) {
-    const int last = std::min(first | ((1 << kBlockRowsShift) - 1), comb.height - 2);
-    smart_field_rows::AddBlockHits(comb.pixels, comb.pitch, first, last, comb.width,
-                                   blockCounters + (first >> kBlockRowsShift) * pitch);
+  const int stop = std::min(end, comb.height - 1);
+  for (int y = std::max(first, 1); y < stop;) {
+    const int blockRow = y >> kBlockRowsShift;
+    const int blockEnd = std::min((blockRow + 1) << kBlockRowsShift, stop);
+    smart_field_rows::AddBlockHits(comb.pixels, comb.pitch, y, blockEnd - 1, comb.width,
+                                   blockCounters + blockRow * pitch);
+    y = blockEnd;
   }
+}
+
+bool CSmartFieldDeinterlacer::AnyBlockCombed() const {
   bool anyCombed = false;
   for (int32_t i = 0; i < blockCount; ++i) anyCombed |= blockCounters[i] > kCombedBlockHits;
   return anyCombed;

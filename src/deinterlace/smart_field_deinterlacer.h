@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 
 #include "deinterlace/deinterlacer.h"
 
@@ -92,8 +93,13 @@ class CSmartFieldDeinterlacer : public CDeinterlacer {
   void PrepareMapFrames();
   void PrepareBlockCounters();
   void PrepareBlendSource();
-  void MapLumaPlane();
-  void MapChromaPlane(int plane);
+  // The map passes of MotionMapYV12 and IsCombedYV12 over ranges of rows, so
+  // that BuildMapsInBands can run them band by band while the rows are cached.
+  void BuildMapsInBands();
+  void MapLumaRows(int first, int end);
+  void MapChromaRows(std::initializer_list<int> planes, int first, int end);
+  void CountHits(int first, int end);
+  bool AnyBlockCombed() const;
   void PaintMotionMap();
   void ReportStatus();
   void ReleaseWorkingState();

@@ -12,7 +12,7 @@
 namespace smart_field_rows {
 namespace {
 
-constexpr int kBlock = 16;            // pixels a step
+constexpr int kBlock = 16;                // pixels a step
 constexpr RowShape kEveryOther = {2, 1};  // a map row read at every other column
 
 struct Neighbourhood {
@@ -30,10 +30,11 @@ struct Magnitudes {
 };
 
 // With lo and hi the smaller and the larger neighbour, a pixel outside
-// [lo, hi] has the product (lo - pixel) * (hi - pixel) or (pixel - hi) *
-// (pixel - lo); a pixel inside has the negative product of magnitude
+// [lo, hi] has the product near * (near + hi - lo), near being its distance
+// to the range; a pixel inside has the negative product of magnitude
 // (pixel - lo) * (hi - pixel). Saturating differences are 0 on the wrong
-// side, so ORing the two cases gives each factor without a branch.
+// side, so near is the OR of the distances below lo and above hi, and is 0
+// inside the range, where the outside product is thus 0 as well.
 template <bool kInside>
 Magnitudes MagnitudesOf(const Neighbourhood& n) {
   const __m128i lo = _mm_min_epu8(n.above, n.below);
@@ -44,7 +45,7 @@ Magnitudes MagnitudesOf(const Neighbourhood& n) {
     second = _mm_subs_epu8(hi, n.pixel);
   } else {
     first = _mm_or_si128(_mm_subs_epu8(lo, n.pixel), _mm_subs_epu8(n.pixel, hi));
-    second = _mm_or_si128(_mm_subs_epu8(hi, n.pixel), _mm_subs_epu8(n.pixel, lo));
+    second = _mm_add_epi8(first, _mm_sub_epi8(hi, lo));  // the far neighbour's distance, at most 255
   }
   const __m128i zero = _mm_setzero_si128();
   const __m128i bias = _mm_set1_epi16(static_cast<int16_t>(0x8000));
@@ -53,36 +54,34 @@ Magnitudes MagnitudesOf(const Neighbourhood& n) {
   return {_mm_xor_si128(low, bias), _mm_xor_si128(high, bias)};
 }
 
-struct VectorTest {
-  __m128i bound;   // biased like the magnitudes
-  __m128i invert;  // all ones for a test of the inside magnitude
-};
+// The test's bound, biased like the magnitudes.
+__m128i BoundOf(const CombTest& test) { return _mm_set1_epi16(static_cast<int16_t>(test.bound ^ 0x8000u)); }
 
-VectorTest VectorOf(const CombTest& test) {
-  return {_mm_set1_epi16(static_cast<int16_t>(test.bound ^ 0x8000u)), _mm_set1_epi8(test.inside ? -1 : 0)};
-}
-
-// 255 in the bytes of the pixels that the test marks.
-__m128i Passes(const Magnitudes& m, const VectorTest& test) {
-  const __m128i exceeds = _mm_packs_epi16(_mm_cmpgt_epi16(m.low, test.bound), _mm_cmpgt_epi16(m.high, test.bound));
-  return _mm_xor_si128(exceeds, test.invert);
+// 255 in the bytes of the pixels that the test marks: a test of the inside
+// magnitude marks where it stays within the bound, the others where it
+// exceeds it.
+template <bool kInside>
+__m128i Passes(const Magnitudes& m, __m128i bound) {
+  const __m128i exceeds = _mm_packs_epi16(_mm_cmpgt_epi16(m.low, bound), _mm_cmpgt_epi16(m.high, bound));
+  if constexpr (kInside) return _mm_xor_si128(exceeds, _mm_set1_epi8(-1));
+  return exceeds;
 }
 
 // When both tests weigh the same side, the compiler computes the magnitudes once.
 template <bool kCombInside, bool kMotionInside>
 void MarkBoth(const RowTriple& rows, int width, const CombTest& comb, const CombTest& motion, uint8_t* combMarks,
               uint8_t* motionMarks) {
-  const VectorTest combTest = VectorOf(comb);
-  const VectorTest motionTest = VectorOf(motion);
+  const __m128i combBound = BoundOf(comb);
+  const __m128i motionBound = BoundOf(motion);
   RunRow<kBlock>(
-      [combTest, motionTest](const uint8_t* const* in, uint8_t* const* out, int n) {
-        const VectorTest c = combTest, m = motionTest;
+      [combBound, motionBound](const uint8_t* const* in, uint8_t* const* out, int n) {
+        const __m128i c = combBound, m = motionBound;
         const uint8_t *above = in[0], *row = in[1], *below = in[2];
         uint8_t *combOut = out[0], *motionOut = out[1];
         for (int x = 0; x < n; x += kBlock) {
           const Neighbourhood pixels = LoadNeighbourhood(above, row, below, x);
-          Store(combOut + x, Passes(MagnitudesOf<kCombInside>(pixels), c));
-          Store(motionOut + x, Passes(MagnitudesOf<kMotionInside>(pixels), m));
+          Store(combOut + x, Passes<kCombInside>(MagnitudesOf<kCombInside>(pixels), c));
+          Store(motionOut + x, Passes<kMotionInside>(MagnitudesOf<kMotionInside>(pixels), m));
         }
       },
       {{rows.above, kPlane}, {rows.row, kPlane}, {rows.below, kPlane}}, {{combMarks, kPlane}, {motionMarks, kPlane}},
@@ -91,14 +90,14 @@ void MarkBoth(const RowTriple& rows, int width, const CombTest& comb, const Comb
 
 template <bool kInside>
 void MarkOne(const RowTriple& rows, int width, const CombTest& motion, uint8_t* motionMarks) {
-  const VectorTest motionTest = VectorOf(motion);
+  const __m128i motionBound = BoundOf(motion);
   RunRow<kBlock>(
-      [motionTest](const uint8_t* const* in, uint8_t* const* out, int n) {
-        const VectorTest m = motionTest;
+      [motionBound](const uint8_t* const* in, uint8_t* const* out, int n) {
+        const __m128i m = motionBound;
         const uint8_t *above = in[0], *row = in[1], *below = in[2];
         uint8_t* motionOut = out[0];
         for (int x = 0; x < n; x += kBlock) {
-          Store(motionOut + x, Passes(MagnitudesOf<kInside>(LoadNeighbourhood(above, row, below, x)), m));
+          Store(motionOut + x, Passes<kInside>(MagnitudesOf<kInside>(LoadNeighbourhood(above, row, below, x)), m));
         }
       },
       {{rows.above, kPlane}, {rows.row, kPlane}, {rows.below, kPlane}}, {{motionMarks, kPlane}}, width);
@@ -163,23 +162,33 @@ void BlendMarkedRow(const uint8_t* sourceAbove, uint8_t* row, const uint8_t* sou
       {{row, kPlane}}, width);
 }
 
-// Hits of the rows first..last in one 16-column strip, four blocks of four
-// columns as the four 32-bit lanes. Bytes are 0 or 255, so the lowest bit of
-// their AND is the hit; a byte sums at most 8 rows, a lane 32 hits.
-__m128i StripHits(const uint8_t* column, ptrdiff_t pitch, int first, int last) {
-  const __m128i one = _mm_set1_epi8(1);
-  __m128i above = Load(column + (first - 1) * pitch);
-  __m128i row = Load(column + first * pitch);
-  __m128i hits = _mm_setzero_si128();
-  for (int y = first; y <= last; ++y) {
-    const __m128i below = Load(column + (y + 1) * pitch);
-    hits = _mm_add_epi8(hits, _mm_and_si128(_mm_and_si128(above, row), _mm_and_si128(below, one)));
-    above = row;
-    row = below;
+// Adds the hits of the rows first..last in kStrips strips of 16 columns to
+// their counters, four blocks of four columns a strip as its four 32-bit
+// lanes. Map bytes are 0 or 255, that is 0 or -1, so subtracting the AND of
+// three rows counts the hits; a byte counts at most 8 rows, a lane 32 hits.
+// The AND of each row with the row above is kept for the next row.
+template <int kStrips>
+void AddStripHits(const uint8_t* column, ptrdiff_t pitch, int first, int last, int32_t* counters) {
+  __m128i row[kStrips], withAbove[kStrips], hits[kStrips];
+  for (int s = 0; s < kStrips; ++s) {
+    row[s] = Load(column + first * pitch + s * kBlock);
+    withAbove[s] = _mm_and_si128(Load(column + (first - 1) * pitch + s * kBlock), row[s]);
+    hits[s] = _mm_setzero_si128();
   }
-  hits = _mm_add_epi8(hits, _mm_srli_epi32(hits, 16));
-  hits = _mm_add_epi8(hits, _mm_srli_epi32(hits, 8));
-  return _mm_and_si128(hits, _mm_set1_epi32(0xff));
+  for (const uint8_t* below = column + (first + 1) * pitch; below <= column + (last + 1) * pitch; below += pitch) {
+    for (int s = 0; s < kStrips; ++s) {
+      const __m128i next = Load(below + s * kBlock);
+      hits[s] = _mm_sub_epi8(hits[s], _mm_and_si128(withAbove[s], next));
+      withAbove[s] = _mm_and_si128(row[s], next);
+      row[s] = next;
+    }
+  }
+  for (int s = 0; s < kStrips; ++s) {
+    __m128i sums = _mm_add_epi8(hits[s], _mm_srli_epi32(hits[s], 16));
+    sums = _mm_and_si128(_mm_add_epi8(sums, _mm_srli_epi32(sums, 8)), _mm_set1_epi32(0xff));
+    auto* lanes = reinterpret_cast<__m128i*>(counters + 4 * s);
+    _mm_storeu_si128(lanes, _mm_add_epi32(_mm_loadu_si128(lanes), sums));
+  }
 }
 
 }  // namespace
@@ -233,17 +242,17 @@ void OrMarksInto(uint8_t* mapRow, const uint8_t* marks, int count, int columns) 
 }
 
 void AddBlockHits(const uint8_t* map, ptrdiff_t pitch, int first, int last, int width, int32_t* counters) {
-  const int strips = width / kBlock;
-  for (int strip = 0; strip < strips; ++strip) {
-    auto* lanes = reinterpret_cast<__m128i*>(counters + 4 * strip);
-    const __m128i hits = StripHits(map + strip * kBlock, pitch, first, last);
-    _mm_storeu_si128(lanes, _mm_add_epi32(_mm_loadu_si128(lanes), hits));
+  constexpr int kStrips = 2;  // side by side, so that the loop over the rows is shared
+  int x = 0;
+  for (; x + kStrips * kBlock <= width; x += kStrips * kBlock) {
+    AddStripHits<kStrips>(map + x, pitch, first, last, counters + x / 4);
   }
+  for (; x + kBlock <= width; x += kBlock) AddStripHits<1>(map + x, pitch, first, last, counters + x / 4);
   for (int y = first; y <= last; ++y) {
     const uint8_t* above = map + (y - 1) * pitch;
     const uint8_t* row = map + y * pitch;
     const uint8_t* below = map + (y + 1) * pitch;
-    for (int x = strips * kBlock; x < width; ++x) counters[x >> 2] += above[x] & row[x] & below[x] & 1;
+    for (int tail = x; tail < width; ++tail) counters[tail >> 2] += above[tail] & row[tail] & below[tail] & 1;
   }
 }
 
