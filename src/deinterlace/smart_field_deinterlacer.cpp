@@ -21,8 +21,6 @@ constexpr uint8_t kMarked = 255;
 constexpr int32_t kCombedBlockHits = 15;
 constexpr int kBlockColumnsShift = 2;  // blocks are 4 columns wide
 constexpr int kBlockRowsShift = 3;     // and 8 rows high
-// Chroma rows are marked through stack buffers of this many samples at a time.
-constexpr int kChromaChunk = 1024;
 // Map rows built together, few enough for the maps and pixels to stay cached.
 constexpr int kBandRows = 32;
 
@@ -61,20 +59,25 @@ Plane PlaneOf(const CYUVFrame& frame, int plane) {
           frame.chromaStride};
 }
 
-// The map rows that chroma row y marks; returns how many.
-int ChromaMapRows(const ChromaScale& scale, int y, int rows[3]) {
-  if (scale.rows == 1) {
-    rows[0] = y;
-    return 1;
+// The chroma rows whose marks map row r takes; returns how many. In 4:2:0
+// chroma row y marks map rows 2y, 2y+1 and a third, 2y-1 for odd y and 2y+2
+// for even y, so rows 4k and 4k+3 take chroma rows 2k and 2k+1 alone and rows
+// 4k+1 and 4k+2 take both. Only the chroma rows between the first and the
+// last mark anything.
+int ChromaRowsMarking(const ChromaScale& scale, int chromaHeight, int r, int rows[2]) {
+  int candidates[2] = {scale.rows == 2 ? r >> 1 : r, 0};
+  if (scale.rows == 2 && ((r & 3) == 1 || (r & 3) == 2)) candidates[1] = (r >> 1) ^ 1;
+  int count = 0;
+  for (int y : candidates) {
+    if (y >= 1 && y <= chromaHeight - 2) rows[count++] = y;
   }
-  rows[0] = 2 * y;
-  rows[1] = 2 * y + 1;
-  rows[2] = (y & 1) != 0 ? 2 * y - 1 : 2 * y + 2;
-  return 3;
+  return count;
 }
 
-void ReplaceOddRows(const Plane& target, const Plane& motion, const ChromaScale& scale) {
-  for (int y = 1; y <= target.height - 2; y += 2) {
+// The odd rows among rows first..end-1 without blend; the first and last
+// rows stay.
+void ReplaceOddRows(const Plane& target, const Plane& motion, const ChromaScale& scale, int first, int end) {
+  for (int y = first | 1; y < std::min(end, target.height - 1); y += 2) {
     smart_field_rows::AverageMarked(target.Around(y), target.Row(y), motion.Row(scale.rows * y), scale.columns,
                                     target.width);
   }
@@ -235,13 +238,8 @@ HRESULT CSmartFieldDeinterlacer::DeinterlaceFrame(CYUVFrame& frame) {
 HRESULT CSmartFieldDeinterlacer::DeinterlaceFrameYV12() {
   PrepareMapFrames();
   PrepareBlockCounters();
-  BuildMapsInBands();
-  if (deinterlaceAll) {
-    lastFrameStatus = STATUS_DEINTERLACE_ALL;
-  } else {
-    lastFrameStatus = AnyBlockCombed() ? STATUS_COMBED : STATUS_CLEAN;
-  }
-  if (lastFrameStatus != STATUS_CLEAN) {
+  const bool repaired = BuildMapsInBands();
+  if (lastFrameStatus != STATUS_CLEAN && !repaired) {
     if (showMotionMap) {
       PaintMotionMap();
     } else {
@@ -294,40 +292,71 @@ void CSmartFieldDeinterlacer::MotionMapYV12(int plane) {
   if (plane == PLANE_Y) {
     MapLumaRows(0, currentFrame->height);
   } else {
-    MapChromaRows({plane}, 0, PlaneOf(*currentFrame, plane).height);
+    MarkChromaRows({plane}, 0, PlaneOf(*currentFrame, plane).height);
+    AddChromaMarks(0, currentFrame->height);
   }
 }
 
 bool CSmartFieldDeinterlacer::IsCombedYV12() {
   std::fill(blockCounters, blockCounters + blockCount, 0);
-  CountHits(0, combMapFrame->height);
-  return AnyBlockCombed();
+  return CountHits(0, combMapFrame->height);
 }
 
-// Chroma row y marks map rows up to 2y + 2 in 4:2:0 (up to y otherwise), so
-// it runs once the luma pass has written those; a map row is final once no
-// later chroma row can mark it, and its hits count once the row below is.
-void CSmartFieldDeinterlacer::BuildMapsInBands() {
+// Band by band, while the rows are cached: the chroma marks that the band's
+// map rows take, then each map row from the luma plane with those marks
+// added, then the hits of the rows whose row below is done. A repair without
+// blend reads only even rows and final map rows, so once the frame is known
+// to need it, it follows the bands: each odd row as soon as no later mark
+// reads it, the rows already passed in one go. Sets the frame's status and
+// returns whether it repaired the frame.
+bool CSmartFieldDeinterlacer::BuildMapsInBands() {
   const int height = currentFrame->height;
   const int chromaHeight = PlaneOf(*currentFrame, PLANE_U).height;
   const bool halfHeight = ScaleOf(currentFrame->chroma).rows == 2;
-  const bool chromaCombs = !deinterlaceAll && useChroma;
+  const bool repairsInBands = !blend && !showMotionMap;
   if (!deinterlaceAll) std::fill(blockCounters, blockCounters + blockCount, 0);
-  int chromaDone = 0;
-  int hitsDone = 0;
+  bool combed = false;
+  int chromaMarked = 0;
+  int lumaRepaired = 0;
+  int chromaRepaired = 0;
   for (int bandStart = 0; bandStart < height; bandStart += kBandRows) {
     const int bandEnd = std::min(height, bandStart + kBandRows);
-    MapLumaRows(bandStart, bandEnd);
-    int chromaEnd = halfHeight ? (bandEnd - 1) / 2 : bandEnd;
-    if (bandEnd == height || chromaEnd >= chromaHeight - 1) chromaEnd = chromaHeight;
-    MapChromaRows({PLANE_U, PLANE_V}, chromaDone, chromaEnd);
-    chromaDone = chromaEnd;
-    if (deinterlaceAll) continue;
-    int finalEnd = bandEnd;
-    if (chromaCombs && chromaEnd < chromaHeight) finalEnd = halfHeight ? 2 * chromaEnd - 1 : chromaEnd;
-    const int hitsEnd = std::max(hitsDone, finalEnd == height ? height : finalEnd - 1);
-    CountHits(hitsDone, hitsEnd);
-    hitsDone = hitsEnd;
+    const bool lastBand = bandEnd == height;
+    // Map row r takes chroma rows up to r / 2 + 1 in 4:2:0, up to r otherwise.
+    const int chromaEnd = halfHeight ? ((bandEnd - 1) >> 1) + 2 : bandEnd;
+    MarkChromaRows({PLANE_U, PLANE_V}, chromaMarked, chromaEnd);
+    chromaMarked = chromaEnd;
+    for (int y = bandStart; y < bandEnd; ++y) {
+      MapLumaRows(y, y + 1);
+      AddChromaMarks(y, y + 1);
+    }
+    if (!deinterlaceAll) combed |= CountHits(std::max(bandStart - 1, 0), lastBand ? height : bandEnd - 1);
+    if (repairsInBands && (combed || deinterlaceAll)) {
+      // Later marks still read luma row bandEnd - 1 and chroma row chromaMarked - 1.
+      const int lumaFinal = lastBand ? height : bandEnd - 1;
+      const int chromaOfFinalMap = halfHeight ? (bandEnd + 1) / 2 : bandEnd;
+      const int chromaFinal = lastBand ? chromaHeight : std::min(chromaMarked - 1, chromaOfFinalMap);
+      ReplaceRows(lumaRepaired, lumaFinal, chromaRepaired, chromaFinal);
+      lumaRepaired = lumaFinal;
+      chromaRepaired = chromaFinal;
+    }
+  }
+  if (deinterlaceAll) {
+    lastFrameStatus = STATUS_DEINTERLACE_ALL;
+  } else {
+    lastFrameStatus = combed ? STATUS_COMBED : STATUS_CLEAN;
+  }
+  return repairsInBands && lastFrameStatus != STATUS_CLEAN;
+}
+
+// The repair without blend of luma rows first..end-1 and of chroma rows
+// chromaFirst..chromaEnd-1.
+void CSmartFieldDeinterlacer::ReplaceRows(int first, int end, int chromaFirst, int chromaEnd) {
+  const Plane motion = PlaneOf(*motionMapFrame, PLANE_Y);
+  ReplaceOddRows(PlaneOf(*currentFrame, PLANE_Y), motion, {1, 1}, first, end);
+  const ChromaScale scale = ScaleOf(currentFrame->chroma);
+  for (int plane : {PLANE_U, PLANE_V}) {
+    ReplaceOddRows(PlaneOf(*currentFrame, plane), motion, scale, chromaFirst, chromaEnd);
   }
 }
 
@@ -356,71 +385,85 @@ void CSmartFieldDeinterlacer::MapLumaRows(int first, int end) {
   }
 }
 
-// Adds the marks of chroma rows first..end-1 of the planes, ORed together,
-// to the maps; the first and last chroma rows mark nothing.
-void CSmartFieldDeinterlacer::MapChromaRows(std::initializer_list<int> planes, int first, int end) {
-  const Plane comb = PlaneOf(*combMapFrame, PLANE_Y);
-  const Plane motion = PlaneOf(*motionMapFrame, PLANE_Y);
-  const ChromaScale scale = ScaleOf(currentFrame->chroma);
+// The marks of chroma rows first..end-1 of the planes, ORed together, into
+// the U planes of the map frames, row for chroma row; the V planes hold a
+// second plane's marks until they are ORed in. The first and last chroma
+// rows mark nothing.
+void CSmartFieldDeinterlacer::MarkChromaRows(std::initializer_list<int> planes, int first, int end) {
+  const Plane combMarks[2] = {PlaneOf(*combMapFrame, PLANE_U), PlaneOf(*combMapFrame, PLANE_V)};
+  const Plane motionMarks[2] = {PlaneOf(*motionMapFrame, PLANE_U), PlaneOf(*motionMapFrame, PLANE_V)};
   const bool marksComb = !deinterlaceAll && useChroma;
   const CombTest combTest = smart_field_rows::MakeCombTest(combThreshold);
   const CombTest motionTest = smart_field_rows::MakeCombTest(motionThreshold);
-  const Plane shape = PlaneOf(*currentFrame, *planes.begin());
-  uint8_t combMarks[kChromaChunk], motionMarks[kChromaChunk];
-  uint8_t planeCombMarks[kChromaChunk], planeMotionMarks[kChromaChunk];
-  for (int y = std::max(first, 1); y < std::min(end, shape.height - 1); ++y) {
-    int mapRows[3];
-    const int mapRowCount = ChromaMapRows(scale, y, mapRows);
-    for (int x = 0; x < shape.width; x += kChromaChunk) {
-      const int count = std::min(kChromaChunk, shape.width - x);
-      bool firstPlane = true;
-      for (int plane : planes) {
-        const Plane chroma = PlaneOf(*currentFrame, plane);
-        const RowTriple rows = {chroma.Row(y - 1) + x, chroma.Row(y) + x, chroma.Row(y + 1) + x};
-        uint8_t* combOut = firstPlane ? combMarks : planeCombMarks;
-        uint8_t* motionOut = firstPlane ? motionMarks : planeMotionMarks;
-        if (marksComb) {
-          smart_field_rows::MarkCombAndMotion(rows, count, combTest, motionTest, combOut, motionOut);
-        } else {
-          smart_field_rows::MarkMotion(rows, count, motionTest, motionOut);
-        }
-        if (!firstPlane) {
-          smart_field_rows::OrMarksInto(motionMarks, planeMotionMarks, count, 1);
-          if (marksComb) smart_field_rows::OrMarksInto(combMarks, planeCombMarks, count, 1);
-        }
-        firstPlane = false;
+  const int width = motionMarks[0].width;
+  for (int y = std::max(first, 1); y < std::min(end, motionMarks[0].height - 1); ++y) {
+    int slot = 0;
+    for (int plane : planes) {
+      const RowTriple rows = PlaneOf(*currentFrame, plane).Around(y);
+      uint8_t* comb = combMarks[slot].Row(y);
+      uint8_t* motion = motionMarks[slot].Row(y);
+      if (marksComb) {
+        smart_field_rows::MarkCombAndMotion(rows, width, combTest, motionTest, comb, motion);
+      } else {
+        smart_field_rows::MarkMotion(rows, width, motionTest, motion);
       }
-      const int mapColumn = x * scale.columns;
-      for (int i = 0; i < mapRowCount; ++i) {
-        smart_field_rows::OrMarksInto(motion.Row(mapRows[i]) + mapColumn, motionMarks, count, scale.columns);
-        if (marksComb) {
-          smart_field_rows::OrMarksInto(comb.Row(mapRows[i]) + mapColumn, combMarks, count, scale.columns);
-        }
+      if (slot == 1) {
+        smart_field_rows::OrMarksInto(motionMarks[0].Row(y), motion, nullptr, width, 1);
+        if (marksComb) smart_field_rows::OrMarksInto(combMarks[0].Row(y), comb, nullptr, width, 1);
       }
+      slot = 1;
     }
   }
 }
 
-// Adds the hits of map rows first..end-1 to the block counters.
-void CSmartFieldDeinterlacer::CountHits(int first, int end) {
+// ORs into map rows first..end-1 the chroma marks that they take.
+void CSmartFieldDeinterlacer::AddChromaMarks(int first, int end) {
+  const Plane comb = PlaneOf(*combMapFrame, PLANE_Y);
+  const Plane motion = PlaneOf(*motionMapFrame, PLANE_Y);
+  const Plane combMarks = PlaneOf(*combMapFrame, PLANE_U);
+  const Plane motionMarks = PlaneOf(*motionMapFrame, PLANE_U);
+  const ChromaScale scale = ScaleOf(currentFrame->chroma);
+  const bool marksComb = !deinterlaceAll && useChroma;
+  for (int r = first; r < end; ++r) {
+    int rows[2];
+    const int count = ChromaRowsMarking(scale, motionMarks.height, r, rows);
+    if (count == 0) continue;
+    const auto more = [&](const Plane& marks) { return count == 2 ? marks.Row(rows[1]) : nullptr; };
+    smart_field_rows::OrMarksInto(motion.Row(r), motionMarks.Row(rows[0]), more(motionMarks), motionMarks.width,
+                                  scale.columns);
+    if (marksComb) {
+      smart_field_rows::OrMarksInto(comb.Row(r), combMarks.Row(rows[0]), more(combMarks), combMarks.width,
+                                    scale.columns);
+    }
+  }
+}
+
+// Adds the hits of map rows first..end-1 to the block counters; returns
+// whether a block that they reach holds more than 15 hits. Counters only
+// grow, so such a block makes the frame combed whatever follows.
+bool CSmartFieldDeinterlacer::CountHits(int first, int end) {
   const Plane comb = PlaneOf(*combMapFrame, PLANE_Y);
   // The grid's row pitch is width / 4, one less than the count allows for, so
   // the hits of a partial last column go to the next block row's first counter.
   const int pitch = comb.width >> kBlockColumnsShift;
   const int stop = std::min(end, comb.height - 1);
+  bool combed = false;
   for (int y = std::max(first, 1); y < stop;) {
     const int blockRow = y >> kBlockRowsShift;
     const int blockEnd = std::min((blockRow + 1) << kBlockRowsShift, stop);
     smart_field_rows::AddBlockHits(comb.pixels, comb.pitch, y, blockEnd - 1, comb.width,
                                    blockCounters + blockRow * pitch);
+    combed |= AnyBlockCombed(blockRow * pitch, std::min(blockCount, (blockRow + 1) * pitch + 1));
     y = blockEnd;
   }
+  return combed;
 }
 
-bool CSmartFieldDeinterlacer::AnyBlockCombed() const {
-  bool anyCombed = false;
-  for (int32_t i = 0; i < blockCount; ++i) anyCombed |= blockCounters[i] > kCombedBlockHits;
-  return anyCombed;
+// Counts rather than stops at the first combed block, so that the loop vectorises.
+bool CSmartFieldDeinterlacer::AnyBlockCombed(int first, int end) const {
+  int32_t combedBlocks = 0;
+  for (int i = first; i < end; ++i) combedBlocks += blockCounters[i] > kCombedBlockHits ? 1 : 0;
+  return combedBlocks > 0;
 }
 
 void CSmartFieldDeinterlacer::DeinterlacePlaneYV12(int plane) {
@@ -430,7 +473,7 @@ void CSmartFieldDeinterlacer::DeinterlacePlaneYV12(int plane) {
   if (blend) {
     BlendPlane(target, PlaneOf(*blendSourceFrame, plane), motion, scale);
   } else {
-    ReplaceOddRows(target, motion, scale);
+    ReplaceOddRows(target, motion, scale, 0, target.height);
   }
 }
 

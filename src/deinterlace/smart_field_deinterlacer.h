@@ -95,11 +95,13 @@ class CSmartFieldDeinterlacer : public CDeinterlacer {
   void PrepareBlendSource();
   // The map passes of MotionMapYV12 and IsCombedYV12 over ranges of rows, so
   // that BuildMapsInBands can run them band by band while the rows are cached.
-  void BuildMapsInBands();
+  bool BuildMapsInBands();
   void MapLumaRows(int first, int end);
-  void MapChromaRows(std::initializer_list<int> planes, int first, int end);
-  void CountHits(int first, int end);
-  bool AnyBlockCombed() const;
+  void MarkChromaRows(std::initializer_list<int> planes, int first, int end);
+  void AddChromaMarks(int first, int end);
+  bool CountHits(int first, int end);
+  bool AnyBlockCombed(int first, int end) const;
+  void ReplaceRows(int first, int end, int chromaFirst, int chromaEnd);
   void PaintMotionMap();
   void ReportStatus();
   void ReleaseWorkingState();

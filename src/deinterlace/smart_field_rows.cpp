@@ -191,6 +191,39 @@ void AddStripHits(const uint8_t* column, ptrdiff_t pitch, int first, int last, i
   }
 }
 
+// The marks of 16 samples, of one or two rows of marks.
+template <bool kTwo>
+__m128i MarksAt(const uint8_t* marks, const uint8_t* moreMarks, int x) {
+  if constexpr (kTwo) return _mm_or_si128(Load(marks + x), Load(moreMarks + x));
+  return Load(marks + x);
+}
+
+// A step covers 16 samples, 16 map columns at one column a sample and 32
+// at two, where each mark byte doubled covers its pair of columns.
+template <int kColumns, bool kTwo>
+void OrMarksRow(uint8_t* mapRow, const uint8_t* marks, const uint8_t* moreMarks, int count) {
+  constexpr RowShape kMarks = kColumns == 2 ? kHalf : kPlane;
+  const auto kernel = [](const uint8_t* const* in, uint8_t* const* out, int n) {
+    const uint8_t *source = in[0], *moreSource = in[1], *map = in[kTwo ? 2 : 1];
+    uint8_t* target = out[0];
+    for (int x = 0; x < n; x += kColumns * kBlock) {
+      const __m128i m = MarksAt<kTwo>(source, moreSource, x / kColumns);
+      if constexpr (kColumns == 1) {
+        Store(target + x, _mm_or_si128(Load(map + x), m));
+      } else {
+        Store(target + x, _mm_or_si128(Load(map + x), _mm_unpacklo_epi8(m, m)));
+        Store(target + x + kBlock, _mm_or_si128(Load(map + x + kBlock), _mm_unpackhi_epi8(m, m)));
+      }
+    }
+  };
+  if constexpr (kTwo) {
+    RunRow<kColumns * kBlock>(kernel, {{marks, kMarks}, {moreMarks, kMarks}, {mapRow, kPlane}}, {{mapRow, kPlane}},
+                              kColumns * count);
+  } else {
+    RunRow<kColumns * kBlock>(kernel, {{marks, kMarks}, {mapRow, kPlane}}, {{mapRow, kPlane}}, kColumns * count);
+  }
+}
+
 }  // namespace
 
 CombTest MakeCombTest(uint32_t threshold) {
@@ -216,29 +249,11 @@ void MarkMotion(const RowTriple& rows, int width, const CombTest& motion, uint8_
   }
 }
 
-void OrMarksInto(uint8_t* mapRow, const uint8_t* marks, int count, int columns) {
-  if (columns == 1) {
-    RunRow<kBlock>(
-        [](const uint8_t* const* in, uint8_t* const* out, int n) {
-          const uint8_t *source = in[0], *map = in[1];
-          uint8_t* target = out[0];
-          for (int x = 0; x < n; x += kBlock) Store(target + x, _mm_or_si128(Load(map + x), Load(source + x)));
-        },
-        {{marks, kPlane}, {mapRow, kPlane}}, {{mapRow, kPlane}}, count);
-    return;
-  }
-  // Each mark byte doubled covers its two map columns.
-  RunRow<2 * kBlock>(
-      [](const uint8_t* const* in, uint8_t* const* out, int n) {
-        const uint8_t *source = in[0], *map = in[1];
-        uint8_t* target = out[0];
-        for (int x = 0; x < n; x += 2 * kBlock) {
-          const __m128i m = Load(source + x / 2);
-          Store(target + x, _mm_or_si128(Load(map + x), _mm_unpacklo_epi8(m, m)));
-          Store(target + x + kBlock, _mm_or_si128(Load(map + x + kBlock), _mm_unpackhi_epi8(m, m)));
-        }
-      },
-      {{marks, kHalf}, {mapRow, kPlane}}, {{mapRow, kPlane}}, 2 * count);
+void OrMarksInto(uint8_t* mapRow, const uint8_t* marks, const uint8_t* moreMarks, int count, int columns) {
+  using Kernel = void (*)(uint8_t*, const uint8_t*, const uint8_t*, int);
+  static constexpr Kernel kKernels[2][2] = {{OrMarksRow<1, false>, OrMarksRow<1, true>},
+                                            {OrMarksRow<2, false>, OrMarksRow<2, true>}};
+  kKernels[columns - 1][moreMarks != nullptr](mapRow, marks, moreMarks, count);
 }
 
 void AddBlockHits(const uint8_t* map, ptrdiff_t pitch, int first, int last, int width, int32_t* counters) {

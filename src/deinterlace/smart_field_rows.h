@@ -35,9 +35,10 @@ void MarkCombAndMotion(const RowTriple& rows, int width, const CombTest& comb, c
                        uint8_t* combMarks, uint8_t* motionMarks);
 void MarkMotion(const RowTriple& rows, int width, const CombTest& motion, uint8_t* motionMarks);
 
-// ORs the marks of `count` chroma samples into a map row, each into the
-// `columns` (1 or 2) map columns the sample covers.
-void OrMarksInto(uint8_t* mapRow, const uint8_t* marks, int count, int columns);
+// ORs into a map row the marks of `count` chroma samples, from one row of
+// marks or, when moreMarks is not null, from two, each mark into the
+// `columns` (1 or 2) map columns that its sample covers.
+void OrMarksInto(uint8_t* mapRow, const uint8_t* marks, const uint8_t* moreMarks, int count, int columns);
 
 // Adds to counters[x / 4] the hits of map rows first..last: columns x whose
 // bytes are 255 in the row and in the rows above and below.
