@@ -83,18 +83,46 @@ void ReplaceOddRows(const Plane& target, const Plane& motion, const ChromaScale&
   }
 }
 
-// A plane of fewer than two rows has no other field to blend with.
-void BlendPlane(const Plane& target, const Plane& source, const Plane& motion, const ChromaScale& scale) {
+// Rows first..end-1 with blend, from the source rows around them; a plane
+// of fewer than two rows has no other field to blend with.
+void BlendRows(const Plane& target, const Plane& source, const Plane& motion, const ChromaScale& scale, int first,
+               int end) {
   const int last = target.height - 1;
   if (last < 1) return;
-  smart_field_rows::HalveWith(target.Row(0), source.Row(1), target.width);
-  for (int y = 1; y < last; ++y) {
-    // In 4:2:0 the chroma repair looks one map row higher than without blend.
-    const uint8_t* map = motion.Row(scale.rows == 2 ? 2 * y - 1 : y);
-    smart_field_rows::BlendMarked(source.Row(y - 1), target.Row(y), source.Row(y + 1), map, scale.columns,
-                                  target.width);
+  for (int y = first; y < std::min(end, target.height); ++y) {
+    if (y == 0) {
+      smart_field_rows::HalveWith(target.Row(0), source.Row(1), target.width);
+    } else if (y == last) {
+      smart_field_rows::HalveWith(target.Row(last), source.Row(last - 1), target.width);
+    } else {
+      // In 4:2:0 the chroma repair looks one map row higher than without blend.
+      const uint8_t* map = motion.Row(scale.rows == 2 ? 2 * y - 1 : y);
+      smart_field_rows::BlendMarked(source.Row(y - 1), target.Row(y), source.Row(y + 1), map, scale.columns,
+                                    target.width);
+    }
   }
-  smart_field_rows::HalveWith(target.Row(last), source.Row(last - 1), target.width);
+}
+
+// How far a pass has come: the rows before these are done, in the luma plane
+// and in each chroma plane.
+struct RowProgress {
+  int luma;
+  int chroma;
+};
+
+// Copies the rows between `done` and `end` of the three planes, padding
+// included, and moves `done` on; `end` stops at the planes' padded heights.
+void CopyRows(const CYUVFrame& from, const CYUVFrame& to, RowProgress& done, RowProgress end) {
+  end = {std::min(end.luma, from.paddedHeight), std::min(end.chroma, from.chromaHeight)};
+  const auto copy = [](const uint8_t* source, uint8_t* target, ptrdiff_t pitch, int first, int last) {
+    if (last > first) {
+      std::memcpy(target + first * pitch, source + first * pitch, static_cast<size_t>((last - first) * pitch));
+    }
+  };
+  copy(from.y, to.y, from.stride, done.luma, end.luma);
+  copy(from.u, to.u, from.chromaStride, done.chroma, end.chroma);
+  copy(from.v, to.v, from.chromaStride, done.chroma, end.chroma);
+  done = {std::max(done.luma, end.luma), std::max(done.chroma, end.chroma)};
 }
 
 // One luma row of the painted map: pixels of 2x2 squares with a mark become
@@ -238,17 +266,8 @@ HRESULT CSmartFieldDeinterlacer::DeinterlaceFrame(CYUVFrame& frame) {
 HRESULT CSmartFieldDeinterlacer::DeinterlaceFrameYV12() {
   PrepareMapFrames();
   PrepareBlockCounters();
-  const bool repaired = BuildMapsInBands();
-  if (lastFrameStatus != STATUS_CLEAN && !repaired) {
-    if (showMotionMap) {
-      PaintMotionMap();
-    } else {
-      if (blend) PrepareBlendSource();
-      DeinterlacePlaneYV12(PLANE_Y);
-      DeinterlacePlaneYV12(PLANE_U);
-      DeinterlacePlaneYV12(PLANE_V);
-    }
-  }
+  MapAndRepairInBands();
+  if (showMotionMap && lastFrameStatus != STATUS_CLEAN) PaintMotionMap();
   ReportStatus();
   return S_OK;
 }
@@ -277,15 +296,12 @@ void CSmartFieldDeinterlacer::PrepareBlockCounters() {
   blockCount = count;
 }
 
+// The pixels come in row by row, ahead of the repair.
 void CSmartFieldDeinterlacer::PrepareBlendSource() {
-  if (blendSourceFrame == nullptr || !SameGeometry(*blendSourceFrame, *currentFrame)) {
-    delete blendSourceFrame;
-    blendSourceFrame = nullptr;
-    blendSourceFrame = NewFrameLike(*currentFrame);
-  }
-  const size_t bytes =
-      static_cast<size_t>(currentFrame->lumaPlaneSize) + 2 * static_cast<size_t>(currentFrame->chromaPlaneSize);
-  if (bytes != 0) std::memcpy(blendSourceFrame->y, currentFrame->y, bytes);
+  if (blendSourceFrame != nullptr && SameGeometry(*blendSourceFrame, *currentFrame)) return;
+  delete blendSourceFrame;
+  blendSourceFrame = nullptr;
+  blendSourceFrame = NewFrameLike(*currentFrame);
 }
 
 void CSmartFieldDeinterlacer::MotionMapYV12(int plane) {
@@ -304,24 +320,31 @@ bool CSmartFieldDeinterlacer::IsCombedYV12() {
 
 // Band by band, while the rows are cached: the chroma marks that the band's
 // map rows take, then each map row from the luma plane with those marks
-// added, then the hits of the rows whose row below is done. A repair without
-// blend reads only even rows and final map rows, so once the frame is known
-// to need it, it follows the bands: each odd row as soon as no later mark
-// reads it, the rows already passed in one go. Sets the frame's status and
-// returns whether it repaired the frame.
-bool CSmartFieldDeinterlacer::BuildMapsInBands() {
+// added, then the hits of the rows whose row below is done. A repair reads
+// final map rows and, of the frame, only rows that it does not change (even
+// rows) or its own row, taking the neighbours from the blend source copy. So
+// once the frame is known to need it, it follows the bands: each row as soon
+// as no later mark reads it, the rows already passed in one go, and the blend
+// source is copied just ahead of it. Sets the frame's status.
+void CSmartFieldDeinterlacer::MapAndRepairInBands() {
   const int height = currentFrame->height;
   const int chromaHeight = PlaneOf(*currentFrame, PLANE_U).height;
   const bool halfHeight = ScaleOf(currentFrame->chroma).rows == 2;
-  const bool repairsInBands = !blend && !showMotionMap;
   if (!deinterlaceAll) std::fill(blockCounters, blockCounters + blockCount, 0);
   bool combed = false;
+  bool repairing = false;
   int chromaMarked = 0;
-  int lumaRepaired = 0;
-  int chromaRepaired = 0;
+  RowProgress repaired = {0, 0};
+  RowProgress copied = {0, 0};
+  const auto repairUpTo = [&](RowProgress end) {
+    if (blend) CopyRows(*currentFrame, *blendSourceFrame, copied, {end.luma + 1, end.chroma + 1});
+    RepairPlaneRows(PLANE_Y, repaired.luma, end.luma);
+    RepairPlaneRows(PLANE_U, repaired.chroma, end.chroma);
+    RepairPlaneRows(PLANE_V, repaired.chroma, end.chroma);
+    repaired = {std::max(repaired.luma, end.luma), std::max(repaired.chroma, end.chroma)};
+  };
   for (int bandStart = 0; bandStart < height; bandStart += kBandRows) {
     const int bandEnd = std::min(height, bandStart + kBandRows);
-    const bool lastBand = bandEnd == height;
     // Map row r takes chroma rows up to r / 2 + 1 in 4:2:0, up to r otherwise.
     const int chromaEnd = halfHeight ? ((bandEnd - 1) >> 1) + 2 : bandEnd;
     MarkChromaRows({PLANE_U, PLANE_V}, chromaMarked, chromaEnd);
@@ -330,33 +353,25 @@ bool CSmartFieldDeinterlacer::BuildMapsInBands() {
       MapLumaRows(y, y + 1);
       AddChromaMarks(y, y + 1);
     }
-    if (!deinterlaceAll) combed |= CountHits(std::max(bandStart - 1, 0), lastBand ? height : bandEnd - 1);
-    if (repairsInBands && (combed || deinterlaceAll)) {
-      // Later marks still read luma row bandEnd - 1 and chroma row chromaMarked - 1.
-      const int lumaFinal = lastBand ? height : bandEnd - 1;
-      const int chromaOfFinalMap = halfHeight ? (bandEnd + 1) / 2 : bandEnd;
-      const int chromaFinal = lastBand ? chromaHeight : std::min(chromaMarked - 1, chromaOfFinalMap);
-      ReplaceRows(lumaRepaired, lumaFinal, chromaRepaired, chromaFinal);
-      lumaRepaired = lumaFinal;
-      chromaRepaired = chromaFinal;
+    if (!deinterlaceAll) combed |= CountHits(std::max(bandStart - 1, 0), bandEnd == height ? height : bandEnd - 1);
+    if (!repairing && !showMotionMap && (combed || deinterlaceAll)) {
+      repairing = true;
+      if (blend) PrepareBlendSource();
     }
+    // Later marks still read luma row bandEnd - 1 and chroma row chromaMarked - 1.
+    const int chromaOfFinalMap = halfHeight ? (bandEnd + 1) / 2 : bandEnd;
+    if (repairing && bandEnd < height) repairUpTo({bandEnd - 1, std::min(chromaMarked - 1, chromaOfFinalMap)});
+  }
+  if (repairing) {
+    if (blend) {
+      CopyRows(*currentFrame, *blendSourceFrame, copied, {currentFrame->paddedHeight, currentFrame->chromaHeight});
+    }
+    repairUpTo({height, chromaHeight});
   }
   if (deinterlaceAll) {
     lastFrameStatus = STATUS_DEINTERLACE_ALL;
   } else {
     lastFrameStatus = combed ? STATUS_COMBED : STATUS_CLEAN;
-  }
-  return repairsInBands && lastFrameStatus != STATUS_CLEAN;
-}
-
-// The repair without blend of luma rows first..end-1 and of chroma rows
-// chromaFirst..chromaEnd-1.
-void CSmartFieldDeinterlacer::ReplaceRows(int first, int end, int chromaFirst, int chromaEnd) {
-  const Plane motion = PlaneOf(*motionMapFrame, PLANE_Y);
-  ReplaceOddRows(PlaneOf(*currentFrame, PLANE_Y), motion, {1, 1}, first, end);
-  const ChromaScale scale = ScaleOf(currentFrame->chroma);
-  for (int plane : {PLANE_U, PLANE_V}) {
-    ReplaceOddRows(PlaneOf(*currentFrame, plane), motion, scale, chromaFirst, chromaEnd);
   }
 }
 
@@ -467,13 +482,18 @@ bool CSmartFieldDeinterlacer::AnyBlockCombed(int first, int end) const {
 }
 
 void CSmartFieldDeinterlacer::DeinterlacePlaneYV12(int plane) {
+  RepairPlaneRows(plane, 0, PlaneOf(*currentFrame, plane).height);
+}
+
+// Rows first..end-1 of the plane, blended or, without blend, the odd ones replaced.
+void CSmartFieldDeinterlacer::RepairPlaneRows(int plane, int first, int end) {
   const Plane target = PlaneOf(*currentFrame, plane);
   const Plane motion = PlaneOf(*motionMapFrame, PLANE_Y);
   const ChromaScale scale = plane == PLANE_Y ? ChromaScale{1, 1} : ScaleOf(currentFrame->chroma);
   if (blend) {
-    BlendPlane(target, PlaneOf(*blendSourceFrame, plane), motion, scale);
+    BlendRows(target, PlaneOf(*blendSourceFrame, plane), motion, scale, first, end);
   } else {
-    ReplaceOddRows(target, motion, scale, 0, target.height);
+    ReplaceOddRows(target, motion, scale, first, end);
   }
 }
 

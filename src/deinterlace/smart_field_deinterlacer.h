@@ -93,15 +93,16 @@ class CSmartFieldDeinterlacer : public CDeinterlacer {
   void PrepareMapFrames();
   void PrepareBlockCounters();
   void PrepareBlendSource();
-  // The map passes of MotionMapYV12 and IsCombedYV12 over ranges of rows, so
-  // that BuildMapsInBands can run them band by band while the rows are cached.
-  bool BuildMapsInBands();
+  // The passes of MotionMapYV12, IsCombedYV12 and DeinterlacePlaneYV12 over
+  // ranges of rows, so that MapAndRepairInBands can run them band by band
+  // while the rows are cached.
+  void MapAndRepairInBands();
   void MapLumaRows(int first, int end);
   void MarkChromaRows(std::initializer_list<int> planes, int first, int end);
   void AddChromaMarks(int first, int end);
   bool CountHits(int first, int end);
   bool AnyBlockCombed(int first, int end) const;
-  void ReplaceRows(int first, int end, int chromaFirst, int chromaEnd);
+  void RepairPlaneRows(int plane, int first, int end);
   void PaintMotionMap();
   void ReportStatus();
   void ReleaseWorkingState();

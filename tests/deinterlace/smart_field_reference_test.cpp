@@ -240,9 +240,10 @@ CYUVFrame TallFrameCombedFrom(int top, std::mt19937& rng) {
 }
 
 // DeinterlaceFrame builds the maps in bands of rows and repairs behind them
-// once a block is combed; the protected whole-frame operations, called in
-// turn, and the pixel-by-pixel route must agree with it on tall frames, where
-// the combed stripes start the repair early or late.
+// once a block is combed, copying the blend source just ahead; the protected
+// whole-frame operations, called in turn, and the pixel-by-pixel route must
+// agree with it on tall frames, where the combed stripes start the repair
+// early or late.
 TEST(SmartFieldReferenceTest, BandsMatchTheWholeFrameOperationsOnTallFrames) {
   std::mt19937 rng(977);
   int lateRepairs = 0;
@@ -252,8 +253,10 @@ TEST(SmartFieldReferenceTest, BandsMatchTheWholeFrameOperationsOnTallFrames) {
     settings.useChroma = (rng() & 1) != 0;
     settings.combThreshold = std::uniform_int_distribution<uint32_t>(40, 500)(rng);
     settings.motionThreshold = RandomThreshold(rng);
+    settings.blend = (rng() & 1) != 0;
     const int top = std::uniform_int_distribution<int>(0, 420)(rng);
     CYUVFrame banded = TallFrameCombedFrom(top, rng);
+    const CYUVFrame original(banded);
     CYUVFrame whole(banded), expected(banded);
     const std::string where = "round " + std::to_string(round) + " " + std::to_string(banded.width) + "x" +
                               std::to_string(banded.height) + " chroma " + std::to_string(banded.chroma);
@@ -261,12 +264,16 @@ TEST(SmartFieldReferenceTest, BandsMatchTheWholeFrameOperationsOnTallFrames) {
     OpenDeinterlacer bands(settings);
     bands.DeinterlaceFrame(banded);
     OpenDeinterlacer operations(settings);
-    CYUVFrame geometry(banded.width, banded.height, banded.chroma);
-    operations.DeinterlaceFrame(geometry);  // makes the working frames
+    CYUVFrame stripes(banded.width, banded.height, banded.chroma);
+    for (int y = 0; y < stripes.height; ++y) {
+      for (int x = 0; x < stripes.width; ++x) Y(stripes, x, y) = (y & 1) != 0 ? 20 : 220;
+    }
+    operations.DeinterlaceFrame(stripes);  // makes the working frames, the blend source included
     operations.SetCurrentFrame(whole);
     for (int plane : {1, 2, 4}) operations.MotionMapYV12(plane);
     const bool combed = settings.deinterlaceAll || operations.IsCombedYV12();
     if (combed) {
+      if (settings.blend) operations.BlendSourceFrame()->CopyPixels(whole);
       for (int plane : {1, 2, 4}) operations.DeinterlacePlaneYV12(plane);
     }
     const auto expectedStatus = ReferenceDeinterlacer(settings).Run(expected);
@@ -275,6 +282,9 @@ TEST(SmartFieldReferenceTest, BandsMatchTheWholeFrameOperationsOnTallFrames) {
     ASSERT_EQ(combed, expectedStatus != CSmartFieldDeinterlacer::STATUS_CLEAN) << where;
     ASSERT_EQ(Block(banded), Block(expected)) << where;
     ASSERT_EQ(Block(whole), Block(expected)) << where;
+    if (settings.blend && combed) {
+      ASSERT_EQ(Block(*bands.BlendSourceFrame()), Block(original)) << where << " blend source";
+    }
     for (int y = 0; y < banded.height; ++y) {
       for (int x = 0; x < banded.width; ++x) {
         ASSERT_EQ(bands.Motion(x, y), operations.Motion(x, y)) << where << " motion " << x << "," << y;
