@@ -43,7 +43,13 @@
 //
 // Working frames are CYUVFrame blocks (LargeBufferMalloc); the block counters
 // come from BufferMalloc. Both are kept across calls while the frame
-// geometry stays the same.
+// geometry stays the same. The maps are the Y planes of their frames; the
+// chroma planes of those frames hold the chroma marks during a call.
+//
+// DeinterlaceFrame runs the passes in bands of rows, the repair following
+// the maps once the frame is known to need it, so that each band is still
+// cached when the next pass reaches it. The protected per-plane operations
+// run the same passes over the whole frame.
 class CSmartFieldDeinterlacer : public CDeinterlacer {
  public:
   // The argument of the per-plane operations.
