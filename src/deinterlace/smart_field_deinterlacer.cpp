@@ -6,21 +6,23 @@
 #include <cstdio>
 #include <cstring>
 
+#include "deinterlace/smart_field_rows.h"
 #include "deinterlace/status_font.h"
 #include "platform/buffer_alloc.h"
 #include "platform/logger.h"
 
-// The row kernels below are plain loops over restrict-qualified rows with
-// selects instead of branches, so that the compiler vectorises them.
 namespace {
+
+using smart_field_rows::CombTest;
+using smart_field_rows::RowTriple;
 
 constexpr uint8_t kMarked = 255;
 // A block with more hits than this makes the frame combed.
 constexpr int32_t kCombedBlockHits = 15;
 constexpr int kBlockColumnsShift = 2;  // blocks are 4 columns wide
 constexpr int kBlockRowsShift = 3;     // and 8 rows high
-// Chroma rows are marked through a stack buffer of this many samples at a time.
-constexpr int kChromaChunk = 256;
+// Map rows built together, few enough for the maps and pixels to stay cached.
+constexpr int kBandRows = 32;
 
 constexpr uint8_t kMapLuma = 235;
 constexpr uint8_t kMapCb = 240;
@@ -37,6 +39,8 @@ struct Plane {
   ptrdiff_t pitch;
 
   uint8_t* Row(int y) const { return pixels + y * pitch; }
+  // Row y with the rows of the other field around it.
+  RowTriple Around(int y) const { return {Row(y - 1), Row(y), Row(y + 1)}; }
 };
 
 // How many map columns and map rows one chroma sample stands for.
@@ -55,163 +59,70 @@ Plane PlaneOf(const CYUVFrame& frame, int plane) {
           frame.chromaStride};
 }
 
-// Whether a comb product (below - pixel) * (above - pixel) exceeds a
-// threshold, decided in 16-bit lanes so that the compiler can vectorise it
-// eight or sixteen pixels at a time. Each factor lies within -255..255, so
-// the product's magnitude is at most 65025 and its low 16 bits give it
-// exactly once the sign, that of the factors' XOR, is known. A threshold that
-// is non-negative as a signed value is exceeded by positive products of a
-// greater magnitude; a negative one by every product except the negative
-// ones of magnitude -threshold or more.
-struct CombTest {
-  uint16_t bound;    // the least magnitude that decides
-  uint16_t inverse;  // 0xffff for a negative threshold, else 0
-};
-
-CombTest MakeCombTest(uint32_t threshold) {
-  const int64_t signedThreshold = static_cast<int32_t>(threshold);
-  if (signedThreshold >= 0) return {static_cast<uint16_t>(std::min<int64_t>(signedThreshold + 1, 0xffff)), 0};
-  return {static_cast<uint16_t>(std::min<int64_t>(-signedThreshold, 0xffff)), 0xffff};
+// The chroma rows whose marks map row r takes; returns how many. In 4:2:0
+// chroma row y marks map rows 2y, 2y+1 and a third, 2y-1 for odd y and 2y+2
+// for even y, so rows 4k and 4k+3 take chroma rows 2k and 2k+1 alone and rows
+// 4k+1 and 4k+2 take both. Only the chroma rows between the first and the
+// last mark anything.
+int ChromaRowsMarking(const ChromaScale& scale, int chromaHeight, int r, int rows[2]) {
+  int candidates[2] = {scale.rows == 2 ? r >> 1 : r, 0};
+  if (scale.rows == 2 && ((r & 3) == 1 || (r & 3) == 2)) candidates[1] = (r >> 1) ^ 1;
+  int count = 0;
+  for (int y : candidates) {
+    if (y >= 1 && y <= chromaHeight - 2) rows[count++] = y;
+  }
+  return count;
 }
 
-struct CombProduct {
-  uint16_t low;       // the product modulo 2^16
-  uint16_t negative;  // 0xffff when the factors differ in sign
-};
-
-inline CombProduct ProductOf(uint8_t above, uint8_t pixel, uint8_t below) {
-  const auto toBelow = static_cast<int16_t>(below - pixel);
-  const auto toAbove = static_cast<int16_t>(above - pixel);
-  return {static_cast<uint16_t>(toBelow * toAbove), static_cast<uint16_t>((toBelow ^ toAbove) >> 15)};
-}
-
-// 255 where the product exceeds the test's threshold, else 0. Under
-// `inverse` the magnitude of a negative product is -low, and the other
-// products weigh 0; the comparison is then turned round.
-inline uint8_t Exceeds(const CombProduct& product, const CombTest& test) {
-  const auto magnitude = static_cast<uint16_t>((product.low ^ test.inverse) - test.inverse);
-  const auto weighed = static_cast<uint16_t>(magnitude & (product.negative ^ static_cast<uint16_t>(~test.inverse)));
-  const auto reaches = static_cast<uint16_t>(-static_cast<uint16_t>(weighed >= test.bound));
-  return static_cast<uint8_t>(reaches ^ test.inverse);
-}
-
-void MarkCombAndMotion(const uint8_t* __restrict above, const uint8_t* __restrict row,
-                       const uint8_t* __restrict below, int width, CombTest combTest, CombTest motionTest,
-                       uint8_t* __restrict comb, uint8_t* __restrict motion) {
-  for (int x = 0; x < width; ++x) {
-    const CombProduct product = ProductOf(above[x], row[x], below[x]);
-    comb[x] = Exceeds(product, combTest);
-    motion[x] = Exceeds(product, motionTest);
+// The odd rows among rows first..end-1 without blend; the first and last
+// rows stay.
+void ReplaceOddRows(const Plane& target, const Plane& motion, const ChromaScale& scale, int first, int end) {
+  for (int y = first | 1; y < std::min(end, target.height - 1); y += 2) {
+    smart_field_rows::AverageMarked(target.Around(y), target.Row(y), motion.Row(scale.rows * y), scale.columns,
+                                    target.width);
   }
 }
 
-void MarkMotion(const uint8_t* __restrict above, const uint8_t* __restrict row, const uint8_t* __restrict below,
-                int width, CombTest motionTest, uint8_t* __restrict motion) {
-  for (int x = 0; x < width; ++x) motion[x] = Exceeds(ProductOf(above[x], row[x], below[x]), motionTest);
-}
-
-// ORs the marks of `count` chroma samples into a map row, each into the
-// kColumns map columns the sample covers.
-template <int kColumns>
-void OrMarksInto(uint8_t* __restrict mapRow, const uint8_t* __restrict marks, int count) {
-  for (int x = 0; x < count; ++x) {
-    for (int c = 0; c < kColumns; ++c) mapRow[kColumns * x + c] |= marks[x];
-  }
-}
-
-void OrMarksInto(const ChromaScale& scale, uint8_t* mapRow, const uint8_t* marks, int count) {
-  if (scale.columns == 2) {
-    OrMarksInto<2>(mapRow, marks, count);
-  } else {
-    OrMarksInto<1>(mapRow, marks, count);
-  }
-}
-
-// The map rows that chroma row y marks; returns how many.
-int ChromaMapRows(const ChromaScale& scale, int y, int rows[3]) {
-  if (scale.rows == 1) {
-    rows[0] = y;
-    return 1;
-  }
-  rows[0] = 2 * y;
-  rows[1] = 2 * y + 1;
-  rows[2] = (y & 1) != 0 ? 2 * y - 1 : 2 * y + 2;
-  return 3;
-}
-
-// Adds to each block counter the hits of one row: columns whose comb map is
-// marked in this row and in the rows above and below. Map bytes are 0 or 255,
-// so the lowest bit of their AND is the hit, and four hits are summed in one
-// 32-bit word.
-void CountRowHits(const uint8_t* __restrict above, const uint8_t* __restrict row, const uint8_t* __restrict below,
-                  int width, int32_t* __restrict counters) {
-  const int blocks = width >> kBlockColumnsShift;
-  for (int block = 0; block < blocks; ++block) {
-    uint32_t a, b, c;
-    std::memcpy(&a, above + 4 * block, 4);
-    std::memcpy(&b, row + 4 * block, 4);
-    std::memcpy(&c, below + 4 * block, 4);
-    uint32_t hits = a & b & c & 0x01010101u;
-    hits += hits >> 8;
-    hits += hits >> 16;
-    counters[block] += static_cast<int32_t>(hits & 0xff);
-  }
-  for (int x = blocks << kBlockColumnsShift; x < width; ++x) {
-    counters[x >> kBlockColumnsShift] += above[x] & row[x] & below[x] & 1;
-  }
-}
-
-// Odd rows without blend: marked pixels become the rounded-up average of the
-// rows above and below. kStep is the map columns one pixel stands for.
-template <int kStep>
-void AverageMarked(const uint8_t* __restrict above, uint8_t* __restrict row, const uint8_t* __restrict below,
-                   const uint8_t* __restrict map, int width) {
-  for (int x = 0; x < width; ++x) {
-    const uint8_t average = static_cast<uint8_t>((above[x] + below[x] + 1) >> 1);
-    row[x] = map[kStep * x] != 0 ? average : row[x];
-  }
-}
-
-template <int kStep>
-void BlendMarked(const uint8_t* __restrict sourceAbove, uint8_t* __restrict row,
-                 const uint8_t* __restrict sourceBelow, const uint8_t* __restrict map, int width) {
-  for (int x = 0; x < width; ++x) {
-    const uint8_t blended = static_cast<uint8_t>(((sourceAbove[x] + sourceBelow[x]) >> 2) + (row[x] >> 1));
-    row[x] = map[kStep * x] != 0 ? blended : row[x];
-  }
-}
-
-// The edge rows under blend have one neighbour and no rounding.
-void HalveWith(uint8_t* __restrict row, const uint8_t* __restrict source, int width) {
-  for (int x = 0; x < width; ++x) row[x] = static_cast<uint8_t>((row[x] + source[x]) >> 1);
-}
-
-void ReplaceOddRows(const Plane& target, const Plane& motion, const ChromaScale& scale) {
-  for (int y = 1; y <= target.height - 2; y += 2) {
-    const uint8_t* map = motion.Row(scale.rows * y);
-    if (scale.columns == 2) {
-      AverageMarked<2>(target.Row(y - 1), target.Row(y), target.Row(y + 1), map, target.width);
-    } else {
-      AverageMarked<1>(target.Row(y - 1), target.Row(y), target.Row(y + 1), map, target.width);
-    }
-  }
-}
-
-// A plane of fewer than two rows has no other field to blend with.
-void BlendPlane(const Plane& target, const Plane& source, const Plane& motion, const ChromaScale& scale) {
+// Rows first..end-1 with blend, from the source rows around them; a plane
+// of fewer than two rows has no other field to blend with.
+void BlendRows(const Plane& target, const Plane& source, const Plane& motion, const ChromaScale& scale, int first,
+               int end) {
   const int last = target.height - 1;
   if (last < 1) return;
-  HalveWith(target.Row(0), source.Row(1), target.width);
-  for (int y = 1; y < last; ++y) {
-    // In 4:2:0 the chroma repair looks one map row higher than without blend.
-    const uint8_t* map = motion.Row(scale.rows == 2 ? 2 * y - 1 : y);
-    if (scale.columns == 2) {
-      BlendMarked<2>(source.Row(y - 1), target.Row(y), source.Row(y + 1), map, target.width);
+  for (int y = first; y < std::min(end, target.height); ++y) {
+    if (y == 0) {
+      smart_field_rows::HalveWith(target.Row(0), source.Row(1), target.width);
+    } else if (y == last) {
+      smart_field_rows::HalveWith(target.Row(last), source.Row(last - 1), target.width);
     } else {
-      BlendMarked<1>(source.Row(y - 1), target.Row(y), source.Row(y + 1), map, target.width);
+      // In 4:2:0 the chroma repair looks one map row higher than without blend.
+      const uint8_t* map = motion.Row(scale.rows == 2 ? 2 * y - 1 : y);
+      smart_field_rows::BlendMarked(source.Row(y - 1), target.Row(y), source.Row(y + 1), map, scale.columns,
+                                    target.width);
     }
   }
-  HalveWith(target.Row(last), source.Row(last - 1), target.width);
+}
+
+// How far a pass has come: the rows before these are done, in the luma plane
+// and in each chroma plane.
+struct RowProgress {
+  int luma;
+  int chroma;
+};
+
+// Copies the rows between `done` and `end` of the three planes, padding
+// included, and moves `done` on; `end` stops at the planes' padded heights.
+void CopyRows(const CYUVFrame& from, const CYUVFrame& to, RowProgress& done, RowProgress end) {
+  end = {std::min(end.luma, from.paddedHeight), std::min(end.chroma, from.chromaHeight)};
+  const auto copy = [](const uint8_t* source, uint8_t* target, ptrdiff_t pitch, int first, int last) {
+    if (last > first) {
+      std::memcpy(target + first * pitch, source + first * pitch, static_cast<size_t>((last - first) * pitch));
+    }
+  };
+  copy(from.y, to.y, from.stride, done.luma, end.luma);
+  copy(from.u, to.u, from.chromaStride, done.chroma, end.chroma);
+  copy(from.v, to.v, from.chromaStride, done.chroma, end.chroma);
+  done = {std::max(done.luma, end.luma), std::max(done.chroma, end.chroma)};
 }
 
 // One luma row of the painted map: pixels of 2x2 squares with a mark become
@@ -355,24 +266,8 @@ HRESULT CSmartFieldDeinterlacer::DeinterlaceFrame(CYUVFrame& frame) {
 HRESULT CSmartFieldDeinterlacer::DeinterlaceFrameYV12() {
   PrepareMapFrames();
   PrepareBlockCounters();
-  MotionMapYV12(PLANE_Y);
-  MotionMapYV12(PLANE_U);
-  MotionMapYV12(PLANE_V);
-  if (deinterlaceAll) {
-    lastFrameStatus = STATUS_DEINTERLACE_ALL;
-  } else {
-    lastFrameStatus = IsCombedYV12() ? STATUS_COMBED : STATUS_CLEAN;
-  }
-  if (lastFrameStatus != STATUS_CLEAN) {
-    if (showMotionMap) {
-      PaintMotionMap();
-    } else {
-      if (blend) PrepareBlendSource();
-      DeinterlacePlaneYV12(PLANE_Y);
-      DeinterlacePlaneYV12(PLANE_U);
-      DeinterlacePlaneYV12(PLANE_V);
-    }
-  }
+  MapAndRepairInBands();
+  if (showMotionMap && lastFrameStatus != STATUS_CLEAN) PaintMotionMap();
   ReportStatus();
   return S_OK;
 }
@@ -401,104 +296,204 @@ void CSmartFieldDeinterlacer::PrepareBlockCounters() {
   blockCount = count;
 }
 
+// The pixels come in row by row, ahead of the repair.
 void CSmartFieldDeinterlacer::PrepareBlendSource() {
-  if (blendSourceFrame == nullptr || !SameGeometry(*blendSourceFrame, *currentFrame)) {
-    delete blendSourceFrame;
-    blendSourceFrame = nullptr;
-    blendSourceFrame = NewFrameLike(*currentFrame);
-  }
-  const size_t bytes =
-      static_cast<size_t>(currentFrame->lumaPlaneSize) + 2 * static_cast<size_t>(currentFrame->chromaPlaneSize);
-  if (bytes != 0) std::memcpy(blendSourceFrame->y, currentFrame->y, bytes);
+  if (blendSourceFrame != nullptr && SameGeometry(*blendSourceFrame, *currentFrame)) return;
+  delete blendSourceFrame;
+  blendSourceFrame = nullptr;
+  blendSourceFrame = NewFrameLike(*currentFrame);
 }
 
 void CSmartFieldDeinterlacer::MotionMapYV12(int plane) {
   if (plane == PLANE_Y) {
-    MapLumaPlane();
+    MapLumaRows(0, currentFrame->height);
   } else {
-    MapChromaPlane(plane);
-  }
-}
-
-void CSmartFieldDeinterlacer::MapLumaPlane() {
-  const Plane luma = PlaneOf(*currentFrame, PLANE_Y);
-  const Plane comb = PlaneOf(*combMapFrame, PLANE_Y);
-  const Plane motion = PlaneOf(*motionMapFrame, PLANE_Y);
-  if (luma.width < 1 || luma.height < 1) return;
-  const size_t width = static_cast<size_t>(luma.width);
-  const int last = luma.height - 1;
-  const CombTest combTest = MakeCombTest(combThreshold);
-  const CombTest motionTest = MakeCombTest(motionThreshold);
-  // The first and last rows have only one neighbour: always moving, never combed.
-  for (int y : {0, last}) {
-    if (!deinterlaceAll) std::memset(comb.Row(y), 0, width);
-    std::memset(motion.Row(y), kMarked, width);
-  }
-  for (int y = 1; y < last; ++y) {
-    if (deinterlaceAll) {
-      std::memset(comb.Row(y), 0, width);
-      MarkMotion(luma.Row(y - 1), luma.Row(y), luma.Row(y + 1), luma.width, motionTest, motion.Row(y));
-    } else {
-      MarkCombAndMotion(luma.Row(y - 1), luma.Row(y), luma.Row(y + 1), luma.width, combTest, motionTest,
-                        comb.Row(y), motion.Row(y));
-    }
-  }
-}
-
-void CSmartFieldDeinterlacer::MapChromaPlane(int plane) {
-  const Plane chroma = PlaneOf(*currentFrame, plane);
-  const Plane comb = PlaneOf(*combMapFrame, PLANE_Y);
-  const Plane motion = PlaneOf(*motionMapFrame, PLANE_Y);
-  const ChromaScale scale = ScaleOf(currentFrame->chroma);
-  const bool marksComb = !deinterlaceAll && useChroma;
-  const CombTest combTest = MakeCombTest(combThreshold);
-  const CombTest motionTest = MakeCombTest(motionThreshold);
-  uint8_t combMarks[kChromaChunk];
-  uint8_t motionMarks[kChromaChunk];
-  for (int y = 1; y < chroma.height - 1; ++y) {
-    int mapRows[3];
-    const int mapRowCount = ChromaMapRows(scale, y, mapRows);
-    for (int x = 0; x < chroma.width; x += kChromaChunk) {
-      const int count = std::min(kChromaChunk, chroma.width - x);
-      const uint8_t* above = chroma.Row(y - 1) + x;
-      const uint8_t* row = chroma.Row(y) + x;
-      const uint8_t* below = chroma.Row(y + 1) + x;
-      if (marksComb) {
-        MarkCombAndMotion(above, row, below, count, combTest, motionTest, combMarks, motionMarks);
-      } else {
-        MarkMotion(above, row, below, count, motionTest, motionMarks);
-      }
-      const int mapColumn = x * scale.columns;
-      for (int i = 0; i < mapRowCount; ++i) {
-        OrMarksInto(scale, motion.Row(mapRows[i]) + mapColumn, motionMarks, count);
-        if (marksComb) OrMarksInto(scale, comb.Row(mapRows[i]) + mapColumn, combMarks, count);
-      }
-    }
+    MarkChromaRows({plane}, 0, PlaneOf(*currentFrame, plane).height);
+    AddChromaMarks(0, currentFrame->height);
   }
 }
 
 bool CSmartFieldDeinterlacer::IsCombedYV12() {
   std::fill(blockCounters, blockCounters + blockCount, 0);
+  return CountHits(0, combMapFrame->height);
+}
+
+// Band by band, while the rows are cached: the chroma marks that the band's
+// map rows take, then each map row from the luma plane with those marks
+// added, then the hits of the rows whose row below is done. A repair reads
+// final map rows and, of the frame, only rows that it does not change (even
+// rows) or its own row, taking the neighbours from the blend source copy. So
+// once the frame is known to need it, it follows the bands: each row as soon
+// as no later mark reads it, the rows already passed in one go, and the blend
+// source is copied just ahead of it. Sets the frame's status.
+void CSmartFieldDeinterlacer::MapAndRepairInBands() {
+  const int height = currentFrame->height;
+  const int chromaHeight = PlaneOf(*currentFrame, PLANE_U).height;
+  const bool halfHeight = ScaleOf(currentFrame->chroma).rows == 2;
+  if (!deinterlaceAll) std::fill(blockCounters, blockCounters + blockCount, 0);
+  bool combed = false;
+  bool repairing = false;
+  int chromaMarked = 0;
+  RowProgress repaired = {0, 0};
+  RowProgress copied = {0, 0};
+  const auto repairUpTo = [&](RowProgress end) {
+    if (blend) CopyRows(*currentFrame, *blendSourceFrame, copied, {end.luma + 1, end.chroma + 1});
+    RepairPlaneRows(PLANE_Y, repaired.luma, end.luma);
+    RepairPlaneRows(PLANE_U, repaired.chroma, end.chroma);
+    RepairPlaneRows(PLANE_V, repaired.chroma, end.chroma);
+    repaired = {std::max(repaired.luma, end.luma), std::max(repaired.chroma, end.chroma)};
+  };
+  for (int bandStart = 0; bandStart < height; bandStart += kBandRows) {
+    const int bandEnd = std::min(height, bandStart + kBandRows);
+    // Map row r takes chroma rows up to r / 2 + 1 in 4:2:0, up to r otherwise.
+    const int chromaEnd = halfHeight ? ((bandEnd - 1) >> 1) + 2 : bandEnd;
+    MarkChromaRows({PLANE_U, PLANE_V}, chromaMarked, chromaEnd);
+    chromaMarked = chromaEnd;
+    for (int y = bandStart; y < bandEnd; ++y) {
+      MapLumaRows(y, y + 1);
+      AddChromaMarks(y, y + 1);
+    }
+    if (!deinterlaceAll) combed |= CountHits(std::max(bandStart - 1, 0), bandEnd == height ? height : bandEnd - 1);
+    if (!repairing && !showMotionMap && (combed || deinterlaceAll)) {
+      repairing = true;
+      if (blend) PrepareBlendSource();
+    }
+    // Later marks still read luma row bandEnd - 1 and chroma row chromaMarked - 1.
+    const int chromaOfFinalMap = halfHeight ? (bandEnd + 1) / 2 : bandEnd;
+    if (repairing && bandEnd < height) repairUpTo({bandEnd - 1, std::min(chromaMarked - 1, chromaOfFinalMap)});
+  }
+  if (repairing) {
+    if (blend) {
+      CopyRows(*currentFrame, *blendSourceFrame, copied, {currentFrame->paddedHeight, currentFrame->chromaHeight});
+    }
+    repairUpTo({height, chromaHeight});
+  }
+  if (deinterlaceAll) {
+    lastFrameStatus = STATUS_DEINTERLACE_ALL;
+  } else {
+    lastFrameStatus = combed ? STATUS_COMBED : STATUS_CLEAN;
+  }
+}
+
+// Rows first..end-1 of both maps from the luma plane.
+void CSmartFieldDeinterlacer::MapLumaRows(int first, int end) {
+  const Plane luma = PlaneOf(*currentFrame, PLANE_Y);
+  const Plane comb = PlaneOf(*combMapFrame, PLANE_Y);
+  const Plane motion = PlaneOf(*motionMapFrame, PLANE_Y);
+  if (luma.width < 1) return;
+  const size_t width = static_cast<size_t>(luma.width);
+  const int last = luma.height - 1;
+  const CombTest combTest = smart_field_rows::MakeCombTest(combThreshold);
+  const CombTest motionTest = smart_field_rows::MakeCombTest(motionThreshold);
+  for (int y = first; y < end; ++y) {
+    if (y == 0 || y == last) {
+      // The first and last rows have only one neighbour: always moving, never combed.
+      if (!deinterlaceAll) std::memset(comb.Row(y), 0, width);
+      std::memset(motion.Row(y), kMarked, width);
+    } else if (deinterlaceAll) {
+      std::memset(comb.Row(y), 0, width);
+      smart_field_rows::MarkMotion(luma.Around(y), luma.width, motionTest, motion.Row(y));
+    } else {
+      smart_field_rows::MarkCombAndMotion(luma.Around(y), luma.width, combTest, motionTest, comb.Row(y),
+                                          motion.Row(y));
+    }
+  }
+}
+
+// The marks of chroma rows first..end-1 of the planes, ORed together, into
+// the U planes of the map frames, row for chroma row; the V planes hold a
+// second plane's marks until they are ORed in. The first and last chroma
+// rows mark nothing.
+void CSmartFieldDeinterlacer::MarkChromaRows(std::initializer_list<int> planes, int first, int end) {
+  const Plane combMarks[2] = {PlaneOf(*combMapFrame, PLANE_U), PlaneOf(*combMapFrame, PLANE_V)};
+  const Plane motionMarks[2] = {PlaneOf(*motionMapFrame, PLANE_U), PlaneOf(*motionMapFrame, PLANE_V)};
+  const bool marksComb = !deinterlaceAll && useChroma;
+  const CombTest combTest = smart_field_rows::MakeCombTest(combThreshold);
+  const CombTest motionTest = smart_field_rows::MakeCombTest(motionThreshold);
+  const int width = motionMarks[0].width;
+  for (int y = std::max(first, 1); y < std::min(end, motionMarks[0].height - 1); ++y) {
+    int slot = 0;
+    for (int plane : planes) {
+      const RowTriple rows = PlaneOf(*currentFrame, plane).Around(y);
+      uint8_t* comb = combMarks[slot].Row(y);
+      uint8_t* motion = motionMarks[slot].Row(y);
+      if (marksComb) {
+        smart_field_rows::MarkCombAndMotion(rows, width, combTest, motionTest, comb, motion);
+      } else {
+        smart_field_rows::MarkMotion(rows, width, motionTest, motion);
+      }
+      if (slot == 1) {
+        smart_field_rows::OrMarksInto(motionMarks[0].Row(y), motion, nullptr, width, 1);
+        if (marksComb) smart_field_rows::OrMarksInto(combMarks[0].Row(y), comb, nullptr, width, 1);
+      }
+      slot = 1;
+    }
+  }
+}
+
+// ORs into map rows first..end-1 the chroma marks that they take.
+void CSmartFieldDeinterlacer::AddChromaMarks(int first, int end) {
+  const Plane comb = PlaneOf(*combMapFrame, PLANE_Y);
+  const Plane motion = PlaneOf(*motionMapFrame, PLANE_Y);
+  const Plane combMarks = PlaneOf(*combMapFrame, PLANE_U);
+  const Plane motionMarks = PlaneOf(*motionMapFrame, PLANE_U);
+  const ChromaScale scale = ScaleOf(currentFrame->chroma);
+  const bool marksComb = !deinterlaceAll && useChroma;
+  for (int r = first; r < end; ++r) {
+    int rows[2];
+    const int count = ChromaRowsMarking(scale, motionMarks.height, r, rows);
+    if (count == 0) continue;
+    const auto more = [&](const Plane& marks) { return count == 2 ? marks.Row(rows[1]) : nullptr; };
+    smart_field_rows::OrMarksInto(motion.Row(r), motionMarks.Row(rows[0]), more(motionMarks), motionMarks.width,
+                                  scale.columns);
+    if (marksComb) {
+      smart_field_rows::OrMarksInto(comb.Row(r), combMarks.Row(rows[0]), more(combMarks), combMarks.width,
+                                    scale.columns);
+    }
+  }
+}
+
+// Adds the hits of map rows first..end-1 to the block counters; returns
+// whether a block that they reach holds more than 15 hits. Counters only
+// grow, so such a block makes the frame combed whatever follows.
+bool CSmartFieldDeinterlacer::CountHits(int first, int end) {
   const Plane comb = PlaneOf(*combMapFrame, PLANE_Y);
   // The grid's row pitch is width / 4, one less than the count allows for, so
   // the hits of a partial last column go to the next block row's first counter.
   const int pitch = comb.width >> kBlockColumnsShift;
-  for (int y = 1; y < comb.height - 1; ++y) {
-    CountRowHits(comb.Row(y - 1), comb.Row(y), comb.Row(y + 1), comb.width,
-                 blockCounters + (y >> kBlockRowsShift) * pitch);
+  const int stop = std::min(end, comb.height - 1);
+  bool combed = false;
+  for (int y = std::max(first, 1); y < stop;) {
+    const int blockRow = y >> kBlockRowsShift;
+    const int blockEnd = std::min((blockRow + 1) << kBlockRowsShift, stop);
+    smart_field_rows::AddBlockHits(comb.pixels, comb.pitch, y, blockEnd - 1, comb.width,
+                                   blockCounters + blockRow * pitch);
+    combed |= AnyBlockCombed(blockRow * pitch, std::min(blockCount, (blockRow + 1) * pitch + 1));
+    y = blockEnd;
   }
-  return std::any_of(blockCounters, blockCounters + blockCount,
-                     [](int32_t hits) { return hits > kCombedBlockHits; });
+  return combed;
+}
+
+// Counts rather than stops at the first combed block, so that the loop vectorises.
+bool CSmartFieldDeinterlacer::AnyBlockCombed(int first, int end) const {
+  int32_t combedBlocks = 0;
+  for (int i = first; i < end; ++i) combedBlocks += blockCounters[i] > kCombedBlockHits ? 1 : 0;
+  return combedBlocks > 0;
 }
 
 void CSmartFieldDeinterlacer::DeinterlacePlaneYV12(int plane) {
+  RepairPlaneRows(plane, 0, PlaneOf(*currentFrame, plane).height);
+}
+
+// Rows first..end-1 of the plane, blended or, without blend, the odd ones replaced.
+void CSmartFieldDeinterlacer::RepairPlaneRows(int plane, int first, int end) {
   const Plane target = PlaneOf(*currentFrame, plane);
   const Plane motion = PlaneOf(*motionMapFrame, PLANE_Y);
   const ChromaScale scale = plane == PLANE_Y ? ChromaScale{1, 1} : ScaleOf(currentFrame->chroma);
   if (blend) {
-    BlendPlane(target, PlaneOf(*blendSourceFrame, plane), motion, scale);
+    BlendRows(target, PlaneOf(*blendSourceFrame, plane), motion, scale, first, end);
   } else {
-    ReplaceOddRows(target, motion, scale);
+    ReplaceOddRows(target, motion, scale, first, end);
   }
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 
 #include "deinterlace/deinterlacer.h"
 
@@ -42,7 +43,13 @@
 //
 // Working frames are CYUVFrame blocks (LargeBufferMalloc); the block counters
 // come from BufferMalloc. Both are kept across calls while the frame
-// geometry stays the same.
+// geometry stays the same. The maps are the Y planes of their frames; the
+// chroma planes of those frames hold the chroma marks during a call.
+//
+// DeinterlaceFrame runs the passes in bands of rows, the repair following
+// the maps once the frame is known to need it, so that each band is still
+// cached when the next pass reaches it. The protected per-plane operations
+// run the same passes over the whole frame.
 class CSmartFieldDeinterlacer : public CDeinterlacer {
  public:
   // The argument of the per-plane operations.
@@ -92,8 +99,16 @@ class CSmartFieldDeinterlacer : public CDeinterlacer {
   void PrepareMapFrames();
   void PrepareBlockCounters();
   void PrepareBlendSource();
-  void MapLumaPlane();
-  void MapChromaPlane(int plane);
+  // The passes of MotionMapYV12, IsCombedYV12 and DeinterlacePlaneYV12 over
+  // ranges of rows, so that MapAndRepairInBands can run them band by band
+  // while the rows are cached.
+  void MapAndRepairInBands();
+  void MapLumaRows(int first, int end);
+  void MarkChromaRows(std::initializer_list<int> planes, int first, int end);
+  void AddChromaMarks(int first, int end);
+  bool CountHits(int first, int end);
+  bool AnyBlockCombed(int first, int end) const;
+  void RepairPlaneRows(int plane, int first, int end);
   void PaintMotionMap();
   void ReportStatus();
   void ReleaseWorkingState();

@@ -36,6 +36,8 @@ class OpenDeinterlacer : public CSmartFieldDeinterlacer {
   OpenDeinterlacer& operator=(const OpenDeinterlacer&) = default;
 
   using CSmartFieldDeinterlacer::DeinterlacePlaneYV12;
+  using CSmartFieldDeinterlacer::IsCombedYV12;
+  using CSmartFieldDeinterlacer::MotionMapYV12;
 
   uint8_t Motion(int x, int y) const { return motionMapFrame->y[y * motionMapFrame->stride + x]; }
   uint8_t Comb(int x, int y) const { return combMapFrame->y[y * combMapFrame->stride + x]; }

@@ -225,4 +225,80 @@ TEST(SmartFieldReferenceTest, MatchesThePixelByPixelRouteOnRandomFrames) {
   EXPECT_GT(combedFrames, 60) << "the random frames must exercise the repair";
 }
 
+// A frame that combs only in a band of stripes at a random depth, over noise
+// of at most 6 steps, whose products stay below the comb thresholds used.
+CYUVFrame TallFrameCombedFrom(int top, std::mt19937& rng) {
+  const CHROMA formats[] = {CHROMA_420, CHROMA_422, CHROMA_444};
+  CYUVFrame frame(std::uniform_int_distribution<int>(1, 300)(rng), std::uniform_int_distribution<int>(100, 400)(rng),
+                  formats[rng() % 3]);
+  std::uniform_int_distribution<int> noise(0, 6);
+  for (uint32_t i = 0; i < frame.bufferSize; ++i) frame.y[i] = static_cast<uint8_t>(120 + noise(rng));
+  for (int y = top; y < std::min(frame.height, top + 12); ++y) {
+    for (int x = 0; x < frame.width; ++x) Y(frame, x, y) = (y & 1) != 0 ? 20 : 220;
+  }
+  return frame;
+}
+
+// DeinterlaceFrame builds the maps in bands of rows and repairs behind them
+// once a block is combed, copying the blend source just ahead; the protected
+// whole-frame operations, called in turn, and the pixel-by-pixel route must
+// agree with it on tall frames, where the combed stripes start the repair
+// early or late.
+TEST(SmartFieldReferenceTest, BandsMatchTheWholeFrameOperationsOnTallFrames) {
+  std::mt19937 rng(977);
+  int lateRepairs = 0;
+  for (int round = 0; round < 40; ++round) {
+    Settings settings;
+    settings.deinterlaceAll = rng() % 4 == 0;
+    settings.useChroma = (rng() & 1) != 0;
+    settings.combThreshold = std::uniform_int_distribution<uint32_t>(40, 500)(rng);
+    settings.motionThreshold = RandomThreshold(rng);
+    settings.blend = (rng() & 1) != 0;
+    const int top = std::uniform_int_distribution<int>(0, 420)(rng);
+    CYUVFrame banded = TallFrameCombedFrom(top, rng);
+    const CYUVFrame original(banded);
+    CYUVFrame whole(banded), expected(banded);
+    const std::string where = "round " + std::to_string(round) + " " + std::to_string(banded.width) + "x" +
+                              std::to_string(banded.height) + " chroma " + std::to_string(banded.chroma);
+
+    OpenDeinterlacer bands(settings);
+    bands.DeinterlaceFrame(banded);
+    OpenDeinterlacer operations(settings);
+    CYUVFrame stripes(banded.width, banded.height, banded.chroma);
+    for (int y = 0; y < stripes.height; ++y) {
+      for (int x = 0; x < stripes.width; ++x) Y(stripes, x, y) = (y & 1) != 0 ? 20 : 220;
+    }
+    operations.DeinterlaceFrame(stripes);  // makes the working frames, the blend source included
+    operations.SetCurrentFrame(whole);
+    for (int plane : {1, 2, 4}) operations.MotionMapYV12(plane);
+    const bool combed = settings.deinterlaceAll || operations.IsCombedYV12();
+    if (combed) {
+      if (settings.blend) operations.BlendSourceFrame()->CopyPixels(whole);
+      for (int plane : {1, 2, 4}) operations.DeinterlacePlaneYV12(plane);
+    }
+    const auto expectedStatus = ReferenceDeinterlacer(settings).Run(expected);
+
+    ASSERT_EQ(bands.LastFrameStatus(), expectedStatus) << where;
+    ASSERT_EQ(combed, expectedStatus != CSmartFieldDeinterlacer::STATUS_CLEAN) << where;
+    ASSERT_EQ(Block(banded), Block(expected)) << where;
+    ASSERT_EQ(Block(whole), Block(expected)) << where;
+    if (settings.blend && combed) {
+      ASSERT_EQ(Block(*bands.BlendSourceFrame()), Block(original)) << where << " blend source";
+    }
+    for (int y = 0; y < banded.height; ++y) {
+      for (int x = 0; x < banded.width; ++x) {
+        ASSERT_EQ(bands.Motion(x, y), operations.Motion(x, y)) << where << " motion " << x << "," << y;
+        if (!settings.deinterlaceAll) {
+          ASSERT_EQ(bands.Comb(x, y), operations.Comb(x, y)) << where << " comb " << x << "," << y;
+        }
+      }
+    }
+    if (!settings.deinterlaceAll) {
+      ASSERT_EQ(bands.Counters(), operations.Counters()) << where;
+    }
+    lateRepairs += expectedStatus == CSmartFieldDeinterlacer::STATUS_COMBED && top > 100;
+  }
+  EXPECT_GT(lateRepairs, 5) << "the stripes must start the repair after some bands";
+}
+
 }  // namespace

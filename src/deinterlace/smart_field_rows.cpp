@@ -1,0 +1,301 @@
+#include "deinterlace/smart_field_rows.h"
+
+#include <emmintrin.h>
+
+#include <algorithm>
+
+#include "primitives/simd_rows.h"
+
+// Baseline x86-64 code: SSE2 only. Kernels copy their operands into locals
+// first, because the stores, which may alias anything, would otherwise make
+// the compiler reload them on every step.
+namespace smart_field_rows {
+namespace {
+
+constexpr int kBlock = 16;                // pixels a step
+constexpr RowShape kEveryOther = {2, 1};  // a map row read at every other column
+
+struct Neighbourhood {
+  __m128i above, pixel, below;
+};
+
+Neighbourhood LoadNeighbourhood(const uint8_t* above, const uint8_t* row, const uint8_t* below, int x) {
+  return {Load(above + x), Load(row + x), Load(below + x)};
+}
+
+// Comb magnitudes of 16 pixels as two halves of eight 16-bit lanes, biased
+// by 0x8000 so that the signed compare of SSE2 orders them as unsigned.
+struct Magnitudes {
+  __m128i low, high;
+};
+
+// With lo and hi the smaller and the larger neighbour, a pixel outside
+// [lo, hi] has the product near * (near + hi - lo), near being its distance
+// to the range; a pixel inside has the negative product of magnitude
+// (pixel - lo) * (hi - pixel). Saturating differences are 0 on the wrong
+// side, so near is the OR of the distances below lo and above hi, and is 0
+// inside the range, where the outside product is thus 0 as well.
+template <bool kInside>
+Magnitudes MagnitudesOf(const Neighbourhood& n) {
+  const __m128i lo = _mm_min_epu8(n.above, n.below);
+  const __m128i hi = _mm_max_epu8(n.above, n.below);
+  __m128i first, second;
+  if constexpr (kInside) {
+    first = _mm_subs_epu8(n.pixel, lo);
+    second = _mm_subs_epu8(hi, n.pixel);
+  } else {
+    first = _mm_or_si128(_mm_subs_epu8(lo, n.pixel), _mm_subs_epu8(n.pixel, hi));
+    second = _mm_add_epi8(first, _mm_sub_epi8(hi, lo));  // the far neighbour's distance, at most 255
+  }
+  const __m128i zero = _mm_setzero_si128();
+  const __m128i bias = _mm_set1_epi16(static_cast<int16_t>(0x8000));
+  const __m128i low = _mm_mullo_epi16(_mm_unpacklo_epi8(first, zero), _mm_unpacklo_epi8(second, zero));
+  const __m128i high = _mm_mullo_epi16(_mm_unpackhi_epi8(first, zero), _mm_unpackhi_epi8(second, zero));
+  return {_mm_xor_si128(low, bias), _mm_xor_si128(high, bias)};
+}
+
+// The test's bound, biased like the magnitudes.
+__m128i BoundOf(const CombTest& test) { return _mm_set1_epi16(static_cast<int16_t>(test.bound ^ 0x8000u)); }
+
+// 255 in the bytes of the pixels that the test marks: a test of the inside
+// magnitude marks where it stays within the bound, the others where it
+// exceeds it.
+template <bool kInside>
+__m128i Passes(const Magnitudes& m, __m128i bound) {
+  const __m128i exceeds = _mm_packs_epi16(_mm_cmpgt_epi16(m.low, bound), _mm_cmpgt_epi16(m.high, bound));
+  if constexpr (kInside) return _mm_xor_si128(exceeds, _mm_set1_epi8(-1));
+  return exceeds;
+}
+
+// When both tests weigh the same side, the compiler computes the magnitudes once.
+template <bool kCombInside, bool kMotionInside>
+void MarkBoth(const RowTriple& rows, int width, const CombTest& comb, const CombTest& motion, uint8_t* combMarks,
+              uint8_t* motionMarks) {
+  const __m128i combBound = BoundOf(comb);
+  const __m128i motionBound = BoundOf(motion);
+  RunRow<kBlock>(
+      [combBound, motionBound](const uint8_t* const* in, uint8_t* const* out, int n) {
+        const __m128i c = combBound, m = motionBound;
+        const uint8_t *above = in[0], *row = in[1], *below = in[2];
+        uint8_t *combOut = out[0], *motionOut = out[1];
+        for (int x = 0; x < n; x += kBlock) {
+          const Neighbourhood pixels = LoadNeighbourhood(above, row, below, x);
+          Store(combOut + x, Passes<kCombInside>(MagnitudesOf<kCombInside>(pixels), c));
+          Store(motionOut + x, Passes<kMotionInside>(MagnitudesOf<kMotionInside>(pixels), m));
+        }
+      },
+      {{rows.above, kPlane}, {rows.row, kPlane}, {rows.below, kPlane}}, {{combMarks, kPlane}, {motionMarks, kPlane}},
+      width);
+}
+
+template <bool kInside>
+void MarkOne(const RowTriple& rows, int width, const CombTest& motion, uint8_t* motionMarks) {
+  const __m128i motionBound = BoundOf(motion);
+  RunRow<kBlock>(
+      [motionBound](const uint8_t* const* in, uint8_t* const* out, int n) {
+        const __m128i m = motionBound;
+        const uint8_t *above = in[0], *row = in[1], *below = in[2];
+        uint8_t* motionOut = out[0];
+        for (int x = 0; x < n; x += kBlock) {
+          Store(motionOut + x, Passes<kInside>(MagnitudesOf<kInside>(LoadNeighbourhood(above, row, below, x)), m));
+        }
+      },
+      {{rows.above, kPlane}, {rows.row, kPlane}, {rows.below, kPlane}}, {{motionMarks, kPlane}}, width);
+}
+
+// The even bytes of two vectors, in order.
+__m128i EvenBytes(__m128i first, __m128i second) {
+  const __m128i lowBytes = _mm_set1_epi16(0x00ff);
+  return _mm_packus_epi16(_mm_and_si128(first, lowBytes), _mm_and_si128(second, lowBytes));
+}
+
+// All ones in the bytes of the pixels whose map byte is 0.
+template <int kStep>
+__m128i UnmarkedAt(const uint8_t* map, int x) {
+  const __m128i bytes = kStep == 1 ? Load(map + x) : EvenBytes(Load(map + 2 * x), Load(map + 2 * x + kBlock));
+  return _mm_cmpeq_epi8(bytes, _mm_setzero_si128());
+}
+
+__m128i Select(__m128i keep, __m128i kept, __m128i replacement) {
+  return _mm_or_si128(_mm_and_si128(keep, kept), _mm_andnot_si128(keep, replacement));
+}
+
+// (a + b) >> 1 per byte: the rounded-up average less the bit it rounded.
+__m128i FloorAverage(__m128i a, __m128i b) {
+  return _mm_sub_epi8(_mm_avg_epu8(a, b), _mm_and_si128(_mm_xor_si128(a, b), _mm_set1_epi8(1)));
+}
+
+__m128i Half(__m128i v) { return _mm_and_si128(_mm_srli_epi16(v, 1), _mm_set1_epi8(0x7f)); }
+
+template <int kStep>
+void AverageMarkedRow(const RowTriple& rows, uint8_t* row, const uint8_t* map, int width) {
+  RunRow<kBlock>(
+      [](const uint8_t* const* in, uint8_t* const* out, int n) {
+        const uint8_t *above = in[0], *pixels = in[1], *below = in[2], *marks = in[3];
+        uint8_t* target = out[0];
+        for (int x = 0; x < n; x += kBlock) {
+          const __m128i average = _mm_avg_epu8(Load(above + x), Load(below + x));
+          Store(target + x, Select(UnmarkedAt<kStep>(marks, x), Load(pixels + x), average));
+        }
+      },
+      {{rows.above, kPlane}, {rows.row, kPlane}, {rows.below, kPlane}, {map, kStep == 1 ? kPlane : kEveryOther}},
+      {{row, kPlane}}, width);
+}
+
+// ((above + below) >> 2) + (pixel >> 1): the quarter of the sum is the
+// half of the truncated average, exact in bytes.
+template <int kStep>
+void BlendMarkedRow(const uint8_t* sourceAbove, uint8_t* row, const uint8_t* sourceBelow, const uint8_t* map,
+                    int width) {
+  RunRow<kBlock>(
+      [](const uint8_t* const* in, uint8_t* const* out, int n) {
+        const uint8_t *above = in[0], *pixels = in[1], *below = in[2], *marks = in[3];
+        uint8_t* target = out[0];
+        for (int x = 0; x < n; x += kBlock) {
+          const __m128i pixel = Load(pixels + x);
+          const __m128i blended =
+              _mm_add_epi8(Half(FloorAverage(Load(above + x), Load(below + x))), Half(pixel));
+          Store(target + x, Select(UnmarkedAt<kStep>(marks, x), pixel, blended));
+        }
+      },
+      {{sourceAbove, kPlane}, {row, kPlane}, {sourceBelow, kPlane}, {map, kStep == 1 ? kPlane : kEveryOther}},
+      {{row, kPlane}}, width);
+}
+
+// Adds the hits of the rows first..last in kStrips strips of 16 columns to
+// their counters, four blocks of four columns a strip as its four 32-bit
+// lanes. Map bytes are 0 or 255, that is 0 or -1, so subtracting the AND of
+// three rows counts the hits; a byte counts at most 8 rows, a lane 32 hits.
+// The AND of each row with the row above is kept for the next row.
+template <int kStrips>
+void AddStripHits(const uint8_t* column, ptrdiff_t pitch, int first, int last, int32_t* counters) {
+  __m128i row[kStrips], withAbove[kStrips], hits[kStrips];
+  for (int s = 0; s < kStrips; ++s) {
+    row[s] = Load(column + first * pitch + s * kBlock);
+    withAbove[s] = _mm_and_si128(Load(column + (first - 1) * pitch + s * kBlock), row[s]);
+    hits[s] = _mm_setzero_si128();
+  }
+  for (const uint8_t* below = column + (first + 1) * pitch; below <= column + (last + 1) * pitch; below += pitch) {
+    for (int s = 0; s < kStrips; ++s) {
+      const __m128i next = Load(below + s * kBlock);
+      hits[s] = _mm_sub_epi8(hits[s], _mm_and_si128(withAbove[s], next));
+      withAbove[s] = _mm_and_si128(row[s], next);
+      row[s] = next;
+    }
+  }
+  for (int s = 0; s < kStrips; ++s) {
+    __m128i sums = _mm_add_epi8(hits[s], _mm_srli_epi32(hits[s], 16));
+    sums = _mm_and_si128(_mm_add_epi8(sums, _mm_srli_epi32(sums, 8)), _mm_set1_epi32(0xff));
+    auto* lanes = reinterpret_cast<__m128i*>(counters + 4 * s);
+    _mm_storeu_si128(lanes, _mm_add_epi32(_mm_loadu_si128(lanes), sums));
+  }
+}
+
+// The marks of 16 samples, of one or two rows of marks.
+template <bool kTwo>
+__m128i MarksAt(const uint8_t* marks, const uint8_t* moreMarks, int x) {
+  if constexpr (kTwo) return _mm_or_si128(Load(marks + x), Load(moreMarks + x));
+  return Load(marks + x);
+}
+
+// A step covers 16 samples, 16 map columns at one column a sample and 32
+// at two, where each mark byte doubled covers its pair of columns.
+template <int kColumns, bool kTwo>
+void OrMarksRow(uint8_t* mapRow, const uint8_t* marks, const uint8_t* moreMarks, int count) {
+  constexpr RowShape kMarks = kColumns == 2 ? kHalf : kPlane;
+  const auto kernel = [](const uint8_t* const* in, uint8_t* const* out, int n) {
+    const uint8_t *source = in[0], *moreSource = in[1], *map = in[kTwo ? 2 : 1];
+    uint8_t* target = out[0];
+    for (int x = 0; x < n; x += kColumns * kBlock) {
+      const __m128i m = MarksAt<kTwo>(source, moreSource, x / kColumns);
+      if constexpr (kColumns == 1) {
+        Store(target + x, _mm_or_si128(Load(map + x), m));
+      } else {
+        Store(target + x, _mm_or_si128(Load(map + x), _mm_unpacklo_epi8(m, m)));
+        Store(target + x + kBlock, _mm_or_si128(Load(map + x + kBlock), _mm_unpackhi_epi8(m, m)));
+      }
+    }
+  };
+  if constexpr (kTwo) {
+    RunRow<kColumns * kBlock>(kernel, {{marks, kMarks}, {moreMarks, kMarks}, {mapRow, kPlane}}, {{mapRow, kPlane}},
+                              kColumns * count);
+  } else {
+    RunRow<kColumns * kBlock>(kernel, {{marks, kMarks}, {mapRow, kPlane}}, {{mapRow, kPlane}}, kColumns * count);
+  }
+}
+
+}  // namespace
+
+CombTest MakeCombTest(uint32_t threshold) {
+  const int64_t signedThreshold = static_cast<int32_t>(threshold);
+  // A product p stays unmarked by a negative threshold when -p >= -T, that is -p > -T - 1.
+  const int64_t bound = signedThreshold >= 0 ? signedThreshold : -signedThreshold - 1;
+  return {signedThreshold < 0, static_cast<uint16_t>(std::min<int64_t>(bound, 0xffff))};
+}
+
+void MarkCombAndMotion(const RowTriple& rows, int width, const CombTest& comb, const CombTest& motion,
+                       uint8_t* combMarks, uint8_t* motionMarks) {
+  using Kernel = void (*)(const RowTriple&, int, const CombTest&, const CombTest&, uint8_t*, uint8_t*);
+  static constexpr Kernel kKernels[2][2] = {{MarkBoth<false, false>, MarkBoth<false, true>},
+                                            {MarkBoth<true, false>, MarkBoth<true, true>}};
+  kKernels[comb.inside][motion.inside](rows, width, comb, motion, combMarks, motionMarks);
+}
+
+void MarkMotion(const RowTriple& rows, int width, const CombTest& motion, uint8_t* motionMarks) {
+  if (motion.inside) {
+    MarkOne<true>(rows, width, motion, motionMarks);
+  } else {
+    MarkOne<false>(rows, width, motion, motionMarks);
+  }
+}
+
+void OrMarksInto(uint8_t* mapRow, const uint8_t* marks, const uint8_t* moreMarks, int count, int columns) {
+  using Kernel = void (*)(uint8_t*, const uint8_t*, const uint8_t*, int);
+  static constexpr Kernel kKernels[2][2] = {{OrMarksRow<1, false>, OrMarksRow<1, true>},
+                                            {OrMarksRow<2, false>, OrMarksRow<2, true>}};
+  kKernels[columns - 1][moreMarks != nullptr](mapRow, marks, moreMarks, count);
+}
+
+void AddBlockHits(const uint8_t* map, ptrdiff_t pitch, int first, int last, int width, int32_t* counters) {
+  constexpr int kStrips = 2;  // side by side, so that the loop over the rows is shared
+  int x = 0;
+  for (; x + kStrips * kBlock <= width; x += kStrips * kBlock) {
+    AddStripHits<kStrips>(map + x, pitch, first, last, counters + x / 4);
+  }
+  for (; x + kBlock <= width; x += kBlock) AddStripHits<1>(map + x, pitch, first, last, counters + x / 4);
+  for (int y = first; y <= last; ++y) {
+    const uint8_t* above = map + (y - 1) * pitch;
+    const uint8_t* row = map + y * pitch;
+    const uint8_t* below = map + (y + 1) * pitch;
+    for (int tail = x; tail < width; ++tail) counters[tail >> 2] += above[tail] & row[tail] & below[tail] & 1;
+  }
+}
+
+void AverageMarked(const RowTriple& rows, uint8_t* row, const uint8_t* map, int step, int width) {
+  if (step == 1) {
+    AverageMarkedRow<1>(rows, row, map, width);
+  } else {
+    AverageMarkedRow<2>(rows, row, map, width);
+  }
+}
+
+void BlendMarked(const uint8_t* sourceAbove, uint8_t* row, const uint8_t* sourceBelow, const uint8_t* map, int step,
+                 int width) {
+  if (step == 1) {
+    BlendMarkedRow<1>(sourceAbove, row, sourceBelow, map, width);
+  } else {
+    BlendMarkedRow<2>(sourceAbove, row, sourceBelow, map, width);
+  }
+}
+
+void HalveWith(uint8_t* row, const uint8_t* neighbour, int width) {
+  RunRow<kBlock>(
+      [](const uint8_t* const* in, uint8_t* const* out, int n) {
+        const uint8_t *pixels = in[0], *other = in[1];
+        uint8_t* target = out[0];
+        for (int x = 0; x < n; x += kBlock) Store(target + x, FloorAverage(Load(pixels + x), Load(other + x)));
+      },
+      {{row, kPlane}, {neighbour, kPlane}}, {{row, kPlane}}, width);
+}
+
+}  // namespace smart_field_rows

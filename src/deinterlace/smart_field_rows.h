@@ -1,0 +1,59 @@
+// Row kernels of the smart field deinterlacer: comb tests, marks, hit counts
+// and repairs, sixteen pixels at a time.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace smart_field_rows {
+
+// A threshold on comb products, prepared for comparing in 16-bit lanes.
+//
+// A comb product (below - pixel) * (above - pixel) lies within -65025..65025,
+// more than 16 bits hold, but each test needs only one sign of it. A
+// threshold of 0 or more is exceeded only by positive products, those of a
+// pixel outside the range of its neighbours; a negative threshold T by every
+// product except the negative ones, those of a pixel strictly inside that
+// range, whose magnitude reaches -T. Either magnitude is a product of two
+// byte differences, so it fits an unsigned 16-bit lane.
+struct CombTest {
+  bool inside;     // weighs the pixels inside the range, and marks where they stay below the bound
+  uint16_t bound;  // otherwise marks where the magnitude of the outside pixels exceeds it
+};
+
+CombTest MakeCombTest(uint32_t threshold);
+
+// A pixel row with the rows of the other field above and below it.
+struct RowTriple {
+  const uint8_t* above;
+  const uint8_t* row;
+  const uint8_t* below;
+};
+
+// 255 in the marks where the row's comb products pass the test, else 0.
+void MarkCombAndMotion(const RowTriple& rows, int width, const CombTest& comb, const CombTest& motion,
+                       uint8_t* combMarks, uint8_t* motionMarks);
+void MarkMotion(const RowTriple& rows, int width, const CombTest& motion, uint8_t* motionMarks);
+
+// ORs into a map row the marks of `count` chroma samples, from one row of
+// marks or, when moreMarks is not null, from two, each mark into the
+// `columns` (1 or 2) map columns that its sample covers.
+void OrMarksInto(uint8_t* mapRow, const uint8_t* marks, const uint8_t* moreMarks, int count, int columns);
+
+// Adds to counters[x / 4] the hits of map rows first..last: columns x whose
+// bytes are 255 in the row and in the rows above and below.
+void AddBlockHits(const uint8_t* map, ptrdiff_t pitch, int first, int last, int width, int32_t* counters);
+
+// Odd rows without blend: pixels whose map byte (every `step`-th byte, step
+// 1 or 2) is not 0 become the rounded-up average of the rows above and below.
+void AverageMarked(const RowTriple& rows, uint8_t* row, const uint8_t* map, int step, int width);
+
+// With blend: pixels whose map byte is not 0 become a quarter of the sum of
+// the source rows above and below plus half of themselves, all truncated.
+void BlendMarked(const uint8_t* sourceAbove, uint8_t* row, const uint8_t* sourceBelow, const uint8_t* map, int step,
+                 int width);
+
+// The edge rows under blend: half of the row plus half of its one neighbour.
+void HalveWith(uint8_t* row, const uint8_t* neighbour, int width);
+
+}  // namespace smart_field_rows
