@@ -80,8 +80,7 @@ __m128i MaskOf(const ShuffleMask& m) { return _mm_load_si128(reinterpret_cast<co
 
 template <int kStore>
 __m128i StoreOf(const __m128i kinds[3]) {
-  return _mm_blend_epi16(_mm_blend_epi16(kinds[0], kinds[1], WordsOfKind(kStore, 1)), kinds[2],
-                         WordsOfKind(kStore, 2));
+  return _mm_blend_epi16(_mm_blend_epi16(kinds[0], kinds[1], WordsOfKind(kStore, 1)), kinds[2], WordsOfKind(kStore, 2));
 }
 
 template <int kKind>
@@ -93,10 +92,9 @@ __m128i KindOf(const __m128i stores[3]) {
 // Each channel's words, even pixels then odd ones, packed (and clipped) to 48
 // bytes of pixels in the order first, second, third.
 void StorePixels(const __m128i first[2], const __m128i second[2], const __m128i third[2], uint8_t* out) {
-  const __m128i kinds[3] = {
-      _mm_shuffle_epi8(_mm_packus_epi16(first[0], second[0]), MaskOf(kStoreOrder[0])),
-      _mm_shuffle_epi8(_mm_packus_epi16(third[0], first[1]), MaskOf(kStoreOrder[1])),
-      _mm_shuffle_epi8(_mm_packus_epi16(second[1], third[1]), MaskOf(kStoreOrder[2]))};
+  const __m128i kinds[3] = {_mm_shuffle_epi8(_mm_packus_epi16(first[0], second[0]), MaskOf(kStoreOrder[0])),
+                            _mm_shuffle_epi8(_mm_packus_epi16(third[0], first[1]), MaskOf(kStoreOrder[1])),
+                            _mm_shuffle_epi8(_mm_packus_epi16(second[1], third[1]), MaskOf(kStoreOrder[2]))};
   Store(out, StoreOf<0>(kinds));
   Store(out + 16, StoreOf<1>(kinds));
   Store(out + 32, StoreOf<2>(kinds));
