@@ -345,21 +345,39 @@ Pairs PairsOf(const uint8_t* block, int g) {
 
 Pairs Add(Pairs a, Pairs b) { return {_mm_add_epi16(a.rg, b.rg), _mm_add_epi16(a.bg, b.bg)}; }
 
+// A vector of 16-bit weight pairs (first, second).
+__m128i WeightPairs(int32_t first, int32_t second) {
+  return _mm_set1_epi32(
+      static_cast<int32_t>(static_cast<uint16_t>(first) | static_cast<uint32_t>(static_cast<uint16_t>(second)) << 16));
+}
+
 // w . (R, G, B) of each pixel (or pixel sum) as 32-bit lanes; the green
 // weight is split across both pairs to fit 16 bits.
 template <const StudioWeights& w>
 __m128i Weigh(Pairs p) {
   constexpr int32_t g1 = w.g / 2, g2 = w.g - w.g / 2;
-  const __m128i rg = _mm_set1_epi32(
-      static_cast<int32_t>(static_cast<uint16_t>(w.r) | static_cast<uint32_t>(static_cast<uint16_t>(g1)) << 16));
-  const __m128i bg = _mm_set1_epi32(
-      static_cast<int32_t>(static_cast<uint16_t>(w.b) | static_cast<uint32_t>(static_cast<uint16_t>(g2)) << 16));
-  return _mm_add_epi32(_mm_madd_epi16(p.rg, rg), _mm_madd_epi16(p.bg, bg));
+  return _mm_add_epi32(_mm_madd_epi16(p.rg, WeightPairs(w.r, g1)), _mm_madd_epi16(p.bg, WeightPairs(w.b, g2)));
 }
 
-__m128i ScaleSum(__m128i sum, int32_t offset, int shift) {
-  return _mm_sra_epi32(_mm_add_epi32(sum, _mm_set1_epi32(offset)), _mm_cvtsi32_si128(shift));
+// The chroma weights fit 16 bits whole, so green goes with red, and the
+// green word beside blue makes way for offset / 16384: one multiply-add then
+// weighs blue and adds the offset.
+constexpr int32_t kOffsetUnit = 16384;
+
+Pairs WithOffset(Pairs p, ChromaScale scale) {
+  return {p.rg, _mm_blend_epi16(p.bg, _mm_set1_epi32(scale.offset / kOffsetUnit << 16), 0xAA)};
 }
+
+template <const StudioWeights& w>
+__m128i ChromaOf(Pairs withOffset, ChromaScale scale) {
+  const __m128i sum = _mm_add_epi32(_mm_madd_epi16(withOffset.rg, WeightPairs(w.r, w.g)),
+                                    _mm_madd_epi16(withOffset.bg, WeightPairs(w.b, kOffsetUnit)));
+  return _mm_sra_epi32(sum, _mm_cvtsi32_si128(scale.shift));
+}
+
+static_assert(kChromaOfPixel.offset % kOffsetUnit == 0 && kChromaOfPair.offset % kOffsetUnit == 0 &&
+                  kChromaOfSquare.offset % kOffsetUnit == 0 && kChromaOfSquare.offset / kOffsetUnit < 32768,
+              "the chroma offsets are whole multiples of the offset unit, below 32768 of them");
 
 // Sixteen 32-bit values in four vectors, each 0 to 255, to sixteen bytes.
 __m128i PackBytes(__m128i a, __m128i b, __m128i c, __m128i d) {
@@ -389,26 +407,32 @@ void LumaOfBlock(const Pairs pairs[4], uint8_t* y) {
 // 32-bit adds keep each word to itself.
 Pairs PairSums(Pairs a, Pairs b) { return {_mm_hadd_epi32(a.rg, b.rg), _mm_hadd_epi32(a.bg, b.bg)}; }
 
-// Chroma of the eight pixel pairs (or squares) of a block from their sums.
-template <const StudioWeights& w>
-void ChromaOfPairs(const Pairs sums[2], ChromaScale scale, uint8_t* out) {
-  StoreEight(out, ScaleSum(Weigh<w>(sums[0]), scale.offset, scale.shift),
-             ScaleSum(Weigh<w>(sums[1]), scale.offset, scale.shift));
+// Cb and Cr of the eight pixel pairs (or squares) of a block from their sums.
+void StoreChroma(const Pairs sums[2], ChromaScale scale, uint8_t* cb, uint8_t* cr) {
+  const Pairs first = WithOffset(sums[0], scale), second = WithOffset(sums[1], scale);
+  const __m128i bytes =
+      _mm_packus_epi16(_mm_packs_epi32(ChromaOf<kStudioCb>(first, scale), ChromaOf<kStudioCb>(second, scale)),
+                       _mm_packs_epi32(ChromaOf<kStudioCr>(first, scale), ChromaOf<kStudioCr>(second, scale)));
+  _mm_storel_epi64(reinterpret_cast<__m128i*>(cb), bytes);
+  _mm_storeh_pi(reinterpret_cast<__m64*>(cr), _mm_castsi128_ps(bytes));
 }
 
 template <const Layout& layout>
 void FullBlocks(const uint8_t* const* in, uint8_t* const* out, int width) {
+  const uint8_t* src = in[0];
+  uint8_t *y = out[0], *cb = out[1], *cr = out[2];
   for (int x = 0; x < width; x += 16) {
     Pairs pairs[4];
-    for (int g = 0; g < 4; ++g) pairs[g] = PairsOf<layout>(in[0] + 3 * x, g);
-    LumaOfBlock(pairs, out[0] + x);
-    __m128i cb[4], cr[4];
+    for (int g = 0; g < 4; ++g) pairs[g] = PairsOf<layout>(src + 3 * x, g);
+    LumaOfBlock(pairs, y + x);
+    __m128i cbOfGroup[4], crOfGroup[4];
     for (int g = 0; g < 4; ++g) {
-      cb[g] = ScaleSum(Weigh<kStudioCb>(pairs[g]), kChromaOfPixel.offset, kChromaOfPixel.shift);
-      cr[g] = ScaleSum(Weigh<kStudioCr>(pairs[g]), kChromaOfPixel.offset, kChromaOfPixel.shift);
+      const Pairs withOffset = WithOffset(pairs[g], kChromaOfPixel);
+      cbOfGroup[g] = ChromaOf<kStudioCb>(withOffset, kChromaOfPixel);
+      crOfGroup[g] = ChromaOf<kStudioCr>(withOffset, kChromaOfPixel);
     }
-    Store(out[1] + x, PackBytes(cb[0], cb[1], cb[2], cb[3]));
-    Store(out[2] + x, PackBytes(cr[0], cr[1], cr[2], cr[3]));
+    Store(cb + x, PackBytes(cbOfGroup[0], cbOfGroup[1], cbOfGroup[2], cbOfGroup[3]));
+    Store(cr + x, PackBytes(crOfGroup[0], crOfGroup[1], crOfGroup[2], crOfGroup[3]));
   }
 }
 
@@ -421,8 +445,7 @@ void Blocks422(const uint8_t* const* in, uint8_t* const* out, int width) {
     for (int g = 0; g < 4; ++g) pairs[g] = PairsOf<layout>(src + 3 * x, g);
     LumaOfBlock(pairs, y + x);
     const Pairs sums[2] = {PairSums(pairs[0], pairs[1]), PairSums(pairs[2], pairs[3])};
-    ChromaOfPairs<kStudioCb>(sums, kChromaOfPair, cb + x / 2);
-    ChromaOfPairs<kStudioCr>(sums, kChromaOfPair, cr + x / 2);
+    StoreChroma(sums, kChromaOfPair, cb + x / 2, cr + x / 2);
   }
 }
 
@@ -440,8 +463,7 @@ void Blocks420(const uint8_t* const* in, uint8_t* const* out, int width) {
     LumaOfBlock(bottom, yBottom + x);
     const Pairs sums[2] = {PairSums(Add(top[0], bottom[0]), Add(top[1], bottom[1])),
                            PairSums(Add(top[2], bottom[2]), Add(top[3], bottom[3]))};
-    ChromaOfPairs<kStudioCb>(sums, kChromaOfSquare, cb + x / 2);
-    ChromaOfPairs<kStudioCr>(sums, kChromaOfSquare, cr + x / 2);
+    StoreChroma(sums, kChromaOfSquare, cb + x / 2, cr + x / 2);
   }
 }
 
