@@ -3,13 +3,14 @@
 // colour_convert_sse41.cpp and colour_convert_avx.cpp both compile this
 // source, each defining PRIM_VARIANT(name).
 //
-// YCbCr to RGB: every sum is 76284 Y + C with C the chroma part of a channel.
-// With 76284 Y = 65536 P + Q (P the high half of 38142 * 2Y, Q the low one),
-// C = 65536 H + L (H from the multiply-add of the chroma samples, L its low
-// half), the channel is P + H plus the carry out of Q + L, which a signed
-// comparison of 16-bit values tells: eight pixels go through 16-bit lanes
-// without losing a bit. Even and odd pixels are kept apart, so that a chroma
-// sample lines up with both pixels of its pair, and meet again in the store.
+// YCbCr to RGB: a channel is (76284 Y + C) >> 16, C the chroma part with the
+// offset. 76284 Y is 38142 times 2Y, an unsigned 16-bit product whose high
+// half P and low half Q take one multiply each; C, a multiply-add of the
+// chroma samples, is 65536 H + L. The channel is P + H plus the carry out of
+// Q + L, which a signed comparison of 16-bit values tells, so eight pixels go
+// through 16-bit lanes without losing a bit. Even and odd pixels are kept
+// apart, so that a chroma sample lines up with both pixels of its pair, and
+// meet again in the store.
 //
 // RGB to YCbCr: the weights fit signed 16 bits (the green weight of luma
 // split in two), so each sum is two multiply-adds over (R, G) and (B, G)
@@ -29,9 +30,11 @@ using namespace prim_colour;
 // Packed pixels are a stream of 2-byte pieces of three kinds, over and over:
 // the first and second channel of an even pixel, the third of it with the
 // first of the odd pixel after it, the second and third of that one. Eight
-// pixel pairs (48 bytes, three stores) are eight pieces of each kind, and a
-// vector of one kind's pieces holds channel words of the pairs at its even
-// and odd bytes. Word j of store k is stream word 8 k + j.
+// pixel pairs (48 bytes, three stores) are eight pieces of each kind; a
+// vector of one kind's pieces in pair order holds one channel of the pairs
+// at its even bytes and another at its odd bytes. Word j of store k is
+// stream word 8 k + j, so one shuffle of each kind's vector puts every piece
+// in the word its store wants, and two word blends make a store.
 constexpr int KindAt(int store, int word) { return (8 * store + word) % 3; }
 constexpr int PieceAt(int store, int word) { return (8 * store + word) / 3; }
 
@@ -78,6 +81,7 @@ constexpr ShuffleMask kPieceOrder[3] = {PieceOrderMask(0), PieceOrderMask(1), Pi
 
 __m128i MaskOf(const ShuffleMask& m) { return _mm_load_si128(reinterpret_cast<const __m128i*>(m.bytes)); }
 
+// Store k from the three kinds' vectors in store order, and back.
 template <int kStore>
 __m128i StoreOf(const __m128i kinds[3]) {
   return _mm_blend_epi16(_mm_blend_epi16(kinds[0], kinds[1], WordsOfKind(kStore, 1)), kinds[2], WordsOfKind(kStore, 2));
@@ -108,9 +112,12 @@ void LoadPieces(const uint8_t* in, __m128i kinds[3]) {
   kinds[2] = _mm_shuffle_epi8(KindOf<2>(stores), MaskOf(kPieceOrder[2]));
 }
 
-// The low and the high bytes of words, as words.
+// The low and the high bytes of words, as words, or twice them (a
+// multiply-add of the bytes with (2, 0) or (0, 2)).
 __m128i LowBytes(__m128i words) { return _mm_and_si128(words, _mm_set1_epi16(0xFF)); }
 __m128i HighBytes(__m128i words) { return _mm_srli_epi16(words, 8); }
+__m128i TwiceLowBytes(__m128i words) { return _mm_maddubs_epi16(words, _mm_set1_epi16(2)); }
+__m128i TwiceHighBytes(__m128i words) { return _mm_maddubs_epi16(words, _mm_set1_epi16(0x200)); }
 
 // --- YCbCr to RGB ---
 
@@ -118,9 +125,9 @@ __m128i HighBytes(__m128i words) { return _mm_srli_epi16(words, 8); }
 constexpr int32_t Whole(int32_t w) { return (w + 32768) >> 16; }
 constexpr int32_t Part(int32_t w) { return w - Whole(w) * 65536; }
 
-// The chroma part of one channel for eight chroma samples: H plus the high
-// half of L in `high`, and the low half of L as the carry threshold of a
-// signed comparison (see CarryInto).
+// The chroma part C of one channel for eight chroma samples: its high half
+// H, and its low half L as the carry threshold of a signed comparison (see
+// CarryInto).
 struct ChannelTerms {
   __m128i high, threshold;
 };
@@ -173,18 +180,16 @@ void ChromaTermsOf(const ChromaWords& chroma, ChannelTerms terms[3]) {
 }
 
 // Twice the luma of sixteen pixels as words, of the even pixels and of the
-// odd ones: a multiply-add of the bytes with (2, 0) or (0, 2) makes each.
+// odd ones.
 struct TwiceLuma {
   __m128i even, odd;
 };
 
-TwiceLuma TwiceLumaOf(__m128i y) {
-  return {_mm_maddubs_epi16(y, _mm_set1_epi16(2)), _mm_maddubs_epi16(y, _mm_set1_epi16(0x200))};
-}
+TwiceLuma TwiceLumaOf(__m128i y) { return {TwiceLowBytes(y), TwiceHighBytes(y)}; }
 
 // The luma part of eight pixels: the high half of wy * Y, and the low half
-// with its sign bit flipped. Half the weight, an unsigned 16-bit multiplier,
-// times twice the luma gives both halves of the product.
+// with its sign bit flipped, from half the weight (an unsigned 16-bit
+// multiplier) times twice the luma.
 struct LumaTerms {
   __m128i high, lowFlipped;
 };
@@ -210,7 +215,10 @@ template <const YCbCrToRGBWeights& w, bool kBlueFirst>
   const LumaTerms lumaEven = LumaTermsOf<w>(y.even);
   const LumaTerms lumaOdd = LumaTermsOf<w>(y.odd);
   __m128i words[3][2];
-  for (int c = 0; c < 3; ++c) words[c][0] = CarryInto(lumaEven, even[c]), words[c][1] = CarryInto(lumaOdd, odd[c]);
+  for (int c = 0; c < 3; ++c) {
+    words[c][0] = CarryInto(lumaEven, even[c]);
+    words[c][1] = CarryInto(lumaOdd, odd[c]);
+  }
   if (kBlueFirst) {
     StorePixels(words[2], words[1], words[0], out);
   } else {
@@ -270,8 +278,7 @@ void PackedBlocks(const uint8_t* const* in, uint8_t* const* out, int width) {
   for (int x = 0; x < width; x += 16) {
     __m128i pieces[3];
     LoadPieces(src + 3 * x, pieces);
-    const TwiceLuma y = {_mm_maddubs_epi16(pieces[0], _mm_set1_epi16(2)),
-                         _mm_maddubs_epi16(pieces[1], _mm_set1_epi16(0x200))};
+    const TwiceLuma y = {TwiceLowBytes(pieces[0]), TwiceHighBytes(pieces[1])};
     ChannelTerms even[3], odd[3];
     ChromaTermsOf<kYCbCrToRGBWeights>(ChromaWordsOf(HighBytes(pieces[0]), LowBytes(pieces[1])), even);
     ChromaTermsOf<kYCbCrToRGBWeights>(ChromaWordsOf(LowBytes(pieces[2]), HighBytes(pieces[2])), odd);
@@ -359,15 +366,16 @@ __m128i Weigh(Pairs p) {
   return _mm_add_epi32(_mm_madd_epi16(p.rg, WeightPairs(w.r, g1)), _mm_madd_epi16(p.bg, WeightPairs(w.b, g2)));
 }
 
-// The chroma weights fit 16 bits whole, so green goes with red, and the
-// green word beside blue makes way for offset / 16384: one multiply-add then
-// weighs blue and adds the offset.
+// The chroma weights fit signed 16 bits, green's too, so green goes with red
+// and the green word beside blue gives way to offset / kOffsetUnit: the
+// second multiply-add then weighs blue and adds the offset.
 constexpr int32_t kOffsetUnit = 16384;
 
 Pairs WithOffset(Pairs p, ChromaScale scale) {
   return {p.rg, _mm_blend_epi16(p.bg, _mm_set1_epi32(scale.offset / kOffsetUnit << 16), 0xAA)};
 }
 
+// Cb or Cr of pixels (or pixel sums) from their pairs WithOffset.
 template <const StudioWeights& w>
 __m128i ChromaOf(Pairs withOffset, ChromaScale scale) {
   const __m128i sum = _mm_add_epi32(_mm_madd_epi16(withOffset.rg, WeightPairs(w.r, w.g)),
