@@ -3,14 +3,15 @@
 // colour_convert_sse41.cpp and colour_convert_avx.cpp both compile this
 // source, each defining PRIM_VARIANT(name).
 //
-// YCbCr to RGB: a channel is (76284 Y + C) >> 16, C the chroma part with the
-// offset. 76284 Y is 38142 times 2Y, an unsigned 16-bit product whose high
-// half P and low half Q take one multiply each; C, a multiply-add of the
-// chroma samples, is 65536 H + L. The channel is P + H plus the carry out of
-// Q + L, which a signed comparison of 16-bit values tells, so eight pixels go
-// through 16-bit lanes without losing a bit. Even and odd pixels are kept
-// apart, so that a chroma sample lines up with both pixels of its pair, and
-// meet again in the store.
+// YCbCr to RGB: a channel is (76284 Y + C) >> 16, C = 65536 H + L the chroma
+// part with the offset. 76284 Y is 38142 times 2Y, an unsigned 16-bit
+// product whose high half P and low half Q take one multiply each. The
+// channel is P + H plus the carry out of Q + L, which a signed comparison of
+// 16-bit values tells, so eight pixels go through 16-bit lanes without
+// losing a bit. Even and odd pixels are kept apart, so that a chroma sample
+// lines up with both pixels of its pair, and meet again in the store. Green's
+// C is a multiply-add of both chroma samples; red's and blue's, which weigh
+// one sample each, take a shorter route (see ProductForm).
 //
 // RGB to YCbCr: the weights fit signed 16 bits (the green weight of luma
 // split in two), so each sum is two multiply-adds over (R, G) and (B, G)
@@ -172,11 +173,64 @@ ChannelTerms TermsOf(const ChromaWords& chroma) {
   return {high, _mm_xor_si128(LowHalves(even, odd), _mm_set1_epi16(0x7FFF))};
 }
 
+// Red's chroma part weighs Cr alone and blue's Cb alone: W c + base with W
+// above 65536. If W = M k with M odd and below 65536, one d below 65536 has
+// M d = base + 65536 e (M is invertible modulo 65536), and if k c + d stays
+// below 65536, W c + base = M (k c + d) - 65536 e: its high half is that of
+// an unsigned 16-bit product, less e, with no carry to follow.
+struct ProductForm {
+  int32_t m, k, d, e;
+  bool found;
+};
+
+// The inverse of an odd number modulo 65536; each step doubles the bits that are right.
+constexpr uint32_t InverseOfOdd(uint32_t m) {
+  uint32_t x = m;
+  for (int i = 0; i < 4; ++i) x *= 2 - m * x;
+  return x & 0xFFFF;
+}
+
+constexpr ProductForm ProductFormOf(int32_t weight, int32_t base) {
+  for (int32_t k = 2; k < 256; ++k) {
+    const int32_t m = weight / k;
+    if (weight % k != 0 || m >= 65536 || m % 2 == 0) continue;
+    const int32_t d = static_cast<int32_t>((static_cast<uint32_t>(base) * InverseOfOdd(m)) & 0xFFFF);
+    if (d + 255 * k < 65536) return {m, k, d, static_cast<int32_t>((int64_t{m} * d - base) / 65536), true};
+  }
+  return {0, 0, 0, 0, false};
+}
+
+// The terms of W c + base in that form. The threshold is the low half of
+// 0x7FFF - (W c + base), which is the low half of the sum with all but its
+// sign bit flipped; 16-bit sums wrap, and the values they make fit.
+template <int32_t kWeight, int32_t kBase>
+ChannelTerms ProductTermsOf(__m128i c) {
+  constexpr ProductForm f = ProductFormOf(kWeight, kBase);
+  static_assert(f.found && int64_t{f.m} * f.d - int64_t{65536} * f.e == kBase);
+  const auto words = [](int64_t v) { return _mm_set1_epi16(static_cast<int16_t>(v)); };
+  const __m128i scaled = _mm_add_epi16(_mm_mullo_epi16(c, words(f.k)), words(f.d));
+  return {_mm_sub_epi16(_mm_mulhi_epu16(scaled, words(f.m)), words(f.e)),
+          _mm_add_epi16(_mm_mullo_epi16(c, words(-kWeight)), words(0x7FFF - int64_t{kBase}))};
+}
+
+// Red's or blue's terms: as a product where the weight has that form, else
+// through the multiply-add as green's.
+template <int32_t kWeight, int32_t kBase, bool kOfCr>
+ChannelTerms SingleSampleTermsOf(const ChromaWords& chroma) {
+  if constexpr (ProductFormOf(kWeight, kBase).found) {
+    return ProductTermsOf<kWeight, kBase>(kOfCr ? chroma.cr : chroma.cb);
+  } else if constexpr (kOfCr) {
+    return TermsOf<0, kWeight, kBase>(chroma);
+  } else {
+    return TermsOf<kWeight, 0, kBase>(chroma);
+  }
+}
+
 template <const YCbCrToRGBWeights& w>
 void ChromaTermsOf(const ChromaWords& chroma, ChannelTerms terms[3]) {
-  terms[0] = TermsOf<0, w.crToR, w.offsetR - w.crToR * w.chromaBias>(chroma);
+  terms[0] = SingleSampleTermsOf<w.crToR, w.offsetR - w.crToR * w.chromaBias, true>(chroma);
   terms[1] = TermsOf<w.cbToG, w.crToG, w.offsetG - (w.cbToG + w.crToG) * w.chromaBias>(chroma);
-  terms[2] = TermsOf<w.cbToB, 0, w.offsetB - w.cbToB * w.chromaBias>(chroma);
+  terms[2] = SingleSampleTermsOf<w.cbToB, w.offsetB - w.cbToB * w.chromaBias, false>(chroma);
 }
 
 // Twice the luma of sixteen pixels as words, of the even pixels and of the
