@@ -82,16 +82,18 @@ constexpr ShuffleMask kPieceOrder[3] = {PieceOrderMask(0), PieceOrderMask(1), Pi
 
 __m128i MaskOf(const ShuffleMask& m) { return _mm_load_si128(reinterpret_cast<const __m128i*>(m.bytes)); }
 
-// Store k from the three kinds' vectors in store order, and back.
+// Store k from the three kinds' vectors in store order, and back. The masks
+// are named constants, so that they are immediates without optimisation too.
 template <int kStore>
 __m128i StoreOf(const __m128i kinds[3]) {
-  return _mm_blend_epi16(_mm_blend_epi16(kinds[0], kinds[1], WordsOfKind(kStore, 1)), kinds[2], WordsOfKind(kStore, 2));
+  constexpr int kSecond = WordsOfKind(kStore, 1), kThird = WordsOfKind(kStore, 2);
+  return _mm_blend_epi16(_mm_blend_epi16(kinds[0], kinds[1], kSecond), kinds[2], kThird);
 }
 
 template <int kKind>
 __m128i KindOf(const __m128i stores[3]) {
-  return _mm_blend_epi16(_mm_blend_epi16(stores[0], stores[1], WordsOfKind(1, kKind)), stores[2],
-                         WordsOfKind(2, kKind));
+  constexpr int kFromSecond = WordsOfKind(1, kKind), kFromThird = WordsOfKind(2, kKind);
+  return _mm_blend_epi16(_mm_blend_epi16(stores[0], stores[1], kFromSecond), stores[2], kFromThird);
 }
 
 // Each channel's words, even pixels then odd ones, packed (and clipped) to 48
