@@ -14,8 +14,9 @@
 // one sample each, take a shorter route (see ProductForm).
 //
 // RGB to YCbCr: the weights fit signed 16 bits (the green weight of luma
-// split in two), so each sum is two multiply-adds over (R, G) and (B, G)
-// word pairs; chroma of a pair or square adds the pixels' words first.
+// split in two), so luma is two multiply-adds over (R, G) and (B, G) word
+// pairs; chroma, whose weights add up to zero, one over (B - R, B - G), and
+// of a pair or square the pixels' words are added first.
 #pragma once
 
 #include "primitives/colour_weights.h"
@@ -422,26 +423,20 @@ __m128i Weigh(Pairs p) {
   return _mm_add_epi32(_mm_madd_epi16(p.rg, WeightPairs(w.r, g1)), _mm_madd_epi16(p.bg, WeightPairs(w.b, g2)));
 }
 
-// The chroma weights fit signed 16 bits, green's too, so green goes with red
-// and the green word beside blue gives way to offset / kOffsetUnit: the
-// second multiply-add then weighs blue and adds the offset.
-constexpr int32_t kOffsetUnit = 16384;
-
-Pairs WithOffset(Pairs p, ChromaScale scale) {
-  return {p.rg, _mm_blend_epi16(p.bg, _mm_set1_epi32(scale.offset / kOffsetUnit << 16), 0xAA)};
+// The chroma weights add up to zero, so Cb and Cr weigh the differences
+// (B - R, B - G) alone: one multiply-add over those word pairs.
+__m128i DifferencesOf(Pairs p) {
+  const __m128i blueTwice = _mm_setr_epi8(0, 1, 0, 1, 4, 5, 4, 5, 8, 9, 8, 9, 12, 13, 12, 13);
+  return _mm_sub_epi16(_mm_shuffle_epi8(p.bg, blueTwice), p.rg);
 }
 
-// Cb or Cr of pixels (or pixel sums) from their pairs WithOffset.
+// Cb or Cr of pixels (or pixel sums) from their differences.
 template <const StudioWeights& w>
-__m128i ChromaOf(Pairs withOffset, ChromaScale scale) {
-  const __m128i sum = _mm_add_epi32(_mm_madd_epi16(withOffset.rg, WeightPairs(w.r, w.g)),
-                                    _mm_madd_epi16(withOffset.bg, WeightPairs(w.b, kOffsetUnit)));
-  return _mm_sra_epi32(sum, _mm_cvtsi32_si128(scale.shift));
+__m128i ChromaOf(__m128i differences, ChromaScale scale) {
+  static_assert(w.r + w.g + w.b == 0, "the chroma weights add up to zero");
+  const __m128i sum = _mm_madd_epi16(differences, WeightPairs(-w.r, -w.g));
+  return _mm_sra_epi32(_mm_add_epi32(sum, _mm_set1_epi32(scale.offset)), _mm_cvtsi32_si128(scale.shift));
 }
-
-static_assert(kChromaOfPixel.offset % kOffsetUnit == 0 && kChromaOfPair.offset % kOffsetUnit == 0 &&
-                  kChromaOfSquare.offset % kOffsetUnit == 0 && kChromaOfSquare.offset / kOffsetUnit < 32768,
-              "the chroma offsets are whole multiples of the offset unit, below 32768 of them");
 
 // Sixteen 32-bit values in four vectors, each 0 to 255, to sixteen bytes.
 __m128i PackBytes(__m128i a, __m128i b, __m128i c, __m128i d) {
@@ -473,7 +468,7 @@ Pairs PairSums(Pairs a, Pairs b) { return {_mm_hadd_epi32(a.rg, b.rg), _mm_hadd_
 
 // Cb and Cr of the eight pixel pairs (or squares) of a block from their sums.
 void StoreChroma(const Pairs sums[2], ChromaScale scale, uint8_t* cb, uint8_t* cr) {
-  const Pairs first = WithOffset(sums[0], scale), second = WithOffset(sums[1], scale);
+  const __m128i first = DifferencesOf(sums[0]), second = DifferencesOf(sums[1]);
   const __m128i bytes =
       _mm_packus_epi16(_mm_packs_epi32(ChromaOf<kStudioCb>(first, scale), ChromaOf<kStudioCb>(second, scale)),
                        _mm_packs_epi32(ChromaOf<kStudioCr>(first, scale), ChromaOf<kStudioCr>(second, scale)));
@@ -491,9 +486,9 @@ void FullBlocks(const uint8_t* const* in, uint8_t* const* out, int width) {
     LumaOfBlock(pairs, y + x);
     __m128i cbOfGroup[4], crOfGroup[4];
     for (int g = 0; g < 4; ++g) {
-      const Pairs withOffset = WithOffset(pairs[g], kChromaOfPixel);
-      cbOfGroup[g] = ChromaOf<kStudioCb>(withOffset, kChromaOfPixel);
-      crOfGroup[g] = ChromaOf<kStudioCr>(withOffset, kChromaOfPixel);
+      const __m128i differences = DifferencesOf(pairs[g]);
+      cbOfGroup[g] = ChromaOf<kStudioCb>(differences, kChromaOfPixel);
+      crOfGroup[g] = ChromaOf<kStudioCr>(differences, kChromaOfPixel);
     }
     Store(cb + x, PackBytes(cbOfGroup[0], cbOfGroup[1], cbOfGroup[2], cbOfGroup[3]));
     Store(cr + x, PackBytes(crOfGroup[0], crOfGroup[1], crOfGroup[2], crOfGroup[3]));
