@@ -412,8 +412,8 @@ TEST(ColourConvertTest, SubsampledStudioConversionsMatchFormulaOnRandomPictures)
   }
 }
 
-// Pair and square sums at the ends of their range, where a vector path's
-// sums of words and its folded offsets would overflow first; in every slot.
+// Pair and square sums (and their differences) at the ends of their range,
+// where a vector path's words would overflow first; in every slot.
 TEST(ColourConvertTest, SubsampledStudioConversionsMatchFormulaOnPicturesOfExtremes) {
   ForEachSlot([] {
     CheckSubsampledYCbCr(PrimRGBToYCbCr422, 1, false, 2, 1, true, true);
