@@ -171,8 +171,8 @@ ChannelTerms TermsOf(const ChromaWords& chroma) {
   const __m128i even = _mm_add_epi32(_mm_madd_epi16(chroma.evenPairs, parts), base);
   const __m128i odd = _mm_add_epi32(_mm_madd_epi16(chroma.oddPairs, parts), base);
   const __m128i high = AddWhole<Whole(kCr)>(AddWhole<Whole(kCb)>(HighHalves(even, odd), chroma.cb), chroma.cr);
-  // A carry out of y.low + low happens when y.low > 0xFFFF - low; with both
-  // sides' sign bits flipped, a signed comparison tells it.
+  // A carry out of Q + L happens when Q > 0xFFFF - L; with both sides' sign
+  // bits flipped, a signed comparison tells it.
   return {high, _mm_xor_si128(LowHalves(even, odd), _mm_set1_epi16(0x7FFF))};
 }
 
