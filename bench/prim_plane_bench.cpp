@@ -1,8 +1,12 @@
 // 4:2:0 and packed RGB on a 1080p picture, both ways: PrimYCbCr420ToRGB beside
 // libyuv's I420ToRAW, PrimRGBToYCbCr420 beside its RAWToI420 ("RAW" is R, G, B
-// in memory order, as our RGB buffers hold them).
+// in memory order, as our RGB buffers hold them). libyuv picks its widest
+// instructions (AVX2 or AVX-512 where the processor has them); the lines
+// "<job>/libyuv.same_isa" run it again restricted to the instruction sets our
+// fastest slot may use, up to AVX, for a comparison on equal terms.
 #include <benchmark/benchmark.h>
 #include <libyuv.h>
+#include <libyuv/cpu_id.h>
 
 #include <cstdint>
 #include <random>
@@ -24,6 +28,19 @@ struct Picture420 {
     }
   }
   std::vector<uint8_t> y, cb, cr, rgb;
+};
+
+// While alive, libyuv uses nothing beyond AVX (no AVX2, FMA or AVX-512);
+// afterwards it detects the processor's sets again.
+class LibyuvUpToAvx {
+ public:
+  LibyuvUpToAvx() {
+    libyuv::MaskCpuFlags(libyuv::kCpuHasX86 | libyuv::kCpuHasSSE2 | libyuv::kCpuHasSSSE3 | libyuv::kCpuHasSSE41 |
+                         libyuv::kCpuHasSSE42 | libyuv::kCpuHasAVX);
+  }
+  ~LibyuvUpToAvx() { libyuv::MaskCpuFlags(-1); }
+  LibyuvUpToAvx(const LibyuvUpToAvx&) = delete;
+  LibyuvUpToAvx& operator=(const LibyuvUpToAvx&) = delete;
 };
 
 void SetPixelCount(benchmark::State& state) {
@@ -54,6 +71,11 @@ void BM_YCbCr420ToRGBLibyuv(benchmark::State& state) {
   SetPixelCount(state);
 }
 
+void BM_YCbCr420ToRGBLibyuvSameIsa(benchmark::State& state) {
+  const LibyuvUpToAvx restricted;
+  BM_YCbCr420ToRGBLibyuv(state);
+}
+
 void BM_RGBToYCbCr420Ours(benchmark::State& state) {
   PrimInit();
   Picture420 picture;
@@ -78,9 +100,16 @@ void BM_RGBToYCbCr420Libyuv(benchmark::State& state) {
   SetPixelCount(state);
 }
 
+void BM_RGBToYCbCr420LibyuvSameIsa(benchmark::State& state) {
+  const LibyuvUpToAvx restricted;
+  BM_RGBToYCbCr420Libyuv(state);
+}
+
 BENCHMARK(BM_YCbCr420ToRGBOurs)->Name("ycbcr420_to_rgb_1080p/ours")->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_YCbCr420ToRGBLibyuv)->Name("ycbcr420_to_rgb_1080p/libyuv")->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_YCbCr420ToRGBLibyuvSameIsa)->Name("ycbcr420_to_rgb_1080p/libyuv.same_isa")->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_RGBToYCbCr420Ours)->Name("rgb_to_ycbcr420_1080p/ours")->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_RGBToYCbCr420Libyuv)->Name("rgb_to_ycbcr420_1080p/libyuv")->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_RGBToYCbCr420LibyuvSameIsa)->Name("rgb_to_ycbcr420_1080p/libyuv.same_isa")->Unit(benchmark::kMicrosecond);
 
 }  // namespace

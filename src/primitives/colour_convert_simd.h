@@ -3,16 +3,20 @@
 // colour_convert_sse41.cpp and colour_convert_avx.cpp both compile this
 // source, each defining PRIM_VARIANT(name).
 //
-// YCbCr to RGB: every sum is 76284 Y + C with C the chroma part of a channel.
-// Taken as 65536 (Y + H) + 10748 Y + L, where H is a small multiple of the
-// chroma samples and L fits a signed 32-bit multiply-add of 16-bit values, the
-// channel is Y + H + (L >> 16) + ((10748 Y + (L & 0xFFFF)) >> 16): the last
-// term is the high half of a 16-bit product plus the carry of its low half,
-// so eight pixels go through 16-bit lanes without losing a bit.
+// YCbCr to RGB: a channel is (76284 Y + C) >> 16, C = 65536 H + L the chroma
+// part with the offset. 76284 Y is 38142 times 2Y, an unsigned 16-bit
+// product whose high half P and low half Q take one multiply each. The
+// channel is P + H plus the carry out of Q + L, which a signed comparison of
+// 16-bit values tells, so eight pixels go through 16-bit lanes without
+// losing a bit. Even and odd pixels are kept apart, so that a chroma sample
+// lines up with both pixels of its pair, and meet again in the store. Green's
+// C is a multiply-add of both chroma samples; red's and blue's, which weigh
+// one sample each, take a shorter route (see ProductForm).
 //
 // RGB to YCbCr: the weights fit signed 16 bits (the green weight of luma
-// split in two), so each sum is two multiply-adds over (R, G) and (B, G)
-// word pairs; chroma of a pair or square adds the pixels' words first.
+// split in two), so luma is two multiply-adds over (R, G) and (B, G) word
+// pairs; chroma, whose weights add up to zero, one over (B - R, B - G), and
+// of a pair or square the pixels' words are added first.
 #pragma once
 
 #include "primitives/colour_weights.h"
@@ -23,62 +27,101 @@ namespace {
 
 using namespace prim_colour;
 
-// --- Between 48 packed bytes and three vectors of 16 samples ---
+// --- Between 48 packed bytes and the pieces of pixel pairs ---
 
-struct alignas(16) ShuffleMasks {
-  int8_t m[3][3][16];
+// Packed pixels are a stream of 2-byte pieces of three kinds, over and over:
+// the first and second channel of an even pixel, the third of it with the
+// first of the odd pixel after it, the second and third of that one. Eight
+// pixel pairs (48 bytes, three stores) are eight pieces of each kind; a
+// vector of one kind's pieces in pair order holds one channel of the pairs
+// at its even bytes and another at its odd bytes. Word j of store k is
+// stream word 8 k + j, so one shuffle of each kind's vector puts every piece
+// in the word its store wants, and two word blends make a store.
+constexpr int KindAt(int store, int word) { return (8 * store + word) % 3; }
+constexpr int PieceAt(int store, int word) { return (8 * store + word) / 3; }
+
+// The words of a store that hold pieces of a kind, as a blend mask.
+constexpr int WordsOfKind(int store, int kind) {
+  int mask = 0;
+  for (int j = 0; j < 8; ++j) mask |= (KindAt(store, j) == kind ? 1 : 0) << j;
+  return mask;
+}
+
+struct alignas(16) ShuffleMask {
+  int8_t bytes[16];
 };
 
-// [output vector][source channel]: byte j of the packed run is channel j % 3
-// of pixel j / 3, and pixel p of a channel vector sits at byte p / 2 when even,
-// 8 + p / 2 when odd (the order in which even and odd pixels are packed).
-constexpr ShuffleMasks MakeInterleaveMasks() {
-  ShuffleMasks s{};
-  for (int k = 0; k < 3; ++k) {
-    for (int c = 0; c < 3; ++c) {
-      for (int i = 0; i < 16; ++i) {
-        const int j = 16 * k + i, p = j / 3;
-        s.m[k][c][i] = static_cast<int8_t>(j % 3 == c ? (p % 2) * 8 + p / 2 : -128);
-      }
+// [kind]: puts each piece of a kind where its store wants it. The source has
+// piece p split, at bytes p and 8 + p, as packing two vectors of words leaves it.
+constexpr ShuffleMask StoreOrderMask(int kind) {
+  ShuffleMask s{};
+  for (int store = 0; store < 3; ++store) {
+    for (int j = 0; j < 8; ++j) {
+      if (KindAt(store, j) != kind) continue;
+      s.bytes[2 * j] = static_cast<int8_t>(PieceAt(store, j));
+      s.bytes[2 * j + 1] = static_cast<int8_t>(8 + PieceAt(store, j));
     }
   }
   return s;
 }
 
-// [channel][source vector]: sample i of channel c is packed byte 3 i + c.
-constexpr ShuffleMasks MakeDeinterleaveMasks() {
-  ShuffleMasks s{};
-  for (int c = 0; c < 3; ++c) {
-    for (int k = 0; k < 3; ++k) {
-      for (int i = 0; i < 16; ++i) {
-        const int j = 3 * i + c;
-        s.m[c][k][i] = static_cast<int8_t>(j / 16 == k ? j % 16 : -128);
-      }
+// [kind]: the inverse for loads, from the stores' word order to piece order.
+constexpr ShuffleMask PieceOrderMask(int kind) {
+  ShuffleMask s{};
+  for (int store = 0; store < 3; ++store) {
+    for (int j = 0; j < 8; ++j) {
+      if (KindAt(store, j) != kind) continue;
+      s.bytes[2 * PieceAt(store, j)] = static_cast<int8_t>(2 * j);
+      s.bytes[2 * PieceAt(store, j) + 1] = static_cast<int8_t>(2 * j + 1);
     }
   }
   return s;
 }
 
-constexpr ShuffleMasks kInterleave = MakeInterleaveMasks();
-constexpr ShuffleMasks kDeinterleave = MakeDeinterleaveMasks();
+constexpr ShuffleMask kStoreOrder[3] = {StoreOrderMask(0), StoreOrderMask(1), StoreOrderMask(2)};
+constexpr ShuffleMask kPieceOrder[3] = {PieceOrderMask(0), PieceOrderMask(1), PieceOrderMask(2)};
 
-__m128i MaskOf(const int8_t (&m)[16]) { return _mm_load_si128(reinterpret_cast<const __m128i*>(m)); }
+__m128i MaskOf(const ShuffleMask& m) { return _mm_load_si128(reinterpret_cast<const __m128i*>(m.bytes)); }
 
-__m128i Gather3(const ShuffleMasks& masks, int k, __m128i a, __m128i b, __m128i c) {
-  return _mm_or_si128(
-      _mm_or_si128(_mm_shuffle_epi8(a, MaskOf(masks.m[k][0])), _mm_shuffle_epi8(b, MaskOf(masks.m[k][1]))),
-      _mm_shuffle_epi8(c, MaskOf(masks.m[k][2])));
+// Store k from the three kinds' vectors in store order, and back. The masks
+// are named constants, so that they are immediates without optimisation too.
+template <int kStore>
+__m128i StoreOf(const __m128i kinds[3]) {
+  constexpr int kSecond = WordsOfKind(kStore, 1), kThird = WordsOfKind(kStore, 2);
+  return _mm_blend_epi16(_mm_blend_epi16(kinds[0], kinds[1], kSecond), kinds[2], kThird);
 }
 
-// Channel vectors in even-then-odd pixel order to packed pixels.
-void StorePacked(__m128i first, __m128i second, __m128i third, uint8_t* out) {
-  for (int k = 0; k < 3; ++k) Store(out + 16 * k, Gather3(kInterleave, k, first, second, third));
+template <int kKind>
+__m128i KindOf(const __m128i stores[3]) {
+  constexpr int kFromSecond = WordsOfKind(1, kKind), kFromThird = WordsOfKind(2, kKind);
+  return _mm_blend_epi16(_mm_blend_epi16(stores[0], stores[1], kFromSecond), stores[2], kFromThird);
 }
 
-void LoadPacked(const uint8_t* in, __m128i planes[3]) {
-  const __m128i v0 = Load(in), v1 = Load(in + 16), v2 = Load(in + 32);
-  for (int c = 0; c < 3; ++c) planes[c] = Gather3(kDeinterleave, c, v0, v1, v2);
+// Each channel's words, even pixels then odd ones, packed (and clipped) to 48
+// bytes of pixels in the order first, second, third.
+void StorePixels(const __m128i first[2], const __m128i second[2], const __m128i third[2], uint8_t* out) {
+  const __m128i kinds[3] = {_mm_shuffle_epi8(_mm_packus_epi16(first[0], second[0]), MaskOf(kStoreOrder[0])),
+                            _mm_shuffle_epi8(_mm_packus_epi16(third[0], first[1]), MaskOf(kStoreOrder[1])),
+                            _mm_shuffle_epi8(_mm_packus_epi16(second[1], third[1]), MaskOf(kStoreOrder[2]))};
+  Store(out, StoreOf<0>(kinds));
+  Store(out + 16, StoreOf<1>(kinds));
+  Store(out + 32, StoreOf<2>(kinds));
 }
+
+// 48 bytes of pixels as the pieces of their eight pairs, one vector a kind.
+void LoadPieces(const uint8_t* in, __m128i kinds[3]) {
+  const __m128i stores[3] = {Load(in), Load(in + 16), Load(in + 32)};
+  kinds[0] = _mm_shuffle_epi8(KindOf<0>(stores), MaskOf(kPieceOrder[0]));
+  kinds[1] = _mm_shuffle_epi8(KindOf<1>(stores), MaskOf(kPieceOrder[1]));
+  kinds[2] = _mm_shuffle_epi8(KindOf<2>(stores), MaskOf(kPieceOrder[2]));
+}
+
+// The low and the high bytes of words, as words, or twice them (a
+// multiply-add of the bytes with (2, 0) or (0, 2)).
+__m128i LowBytes(__m128i words) { return _mm_and_si128(words, _mm_set1_epi16(0xFF)); }
+__m128i HighBytes(__m128i words) { return _mm_srli_epi16(words, 8); }
+__m128i TwiceLowBytes(__m128i words) { return _mm_maddubs_epi16(words, _mm_set1_epi16(2)); }
+__m128i TwiceHighBytes(__m128i words) { return _mm_maddubs_epi16(words, _mm_set1_epi16(0x200)); }
 
 // --- YCbCr to RGB ---
 
@@ -86,30 +129,37 @@ void LoadPacked(const uint8_t* in, __m128i planes[3]) {
 constexpr int32_t Whole(int32_t w) { return (w + 32768) >> 16; }
 constexpr int32_t Part(int32_t w) { return w - Whole(w) * 65536; }
 
-// The chroma part of one channel for eight chroma samples: H plus the high
-// half of L in `high`, and the low half of L as the carry threshold of a
-// signed comparison (see CarryInto).
+// The chroma part C of one channel for eight chroma samples: its high half
+// H, and its low half L as the carry threshold of a signed comparison (see
+// CarryInto).
 struct ChannelTerms {
   __m128i high, threshold;
 };
 
-// Chroma samples as words, and as (Cb, Cr) word pairs for the multiply-adds.
+// Chroma samples as words, and as (Cb, Cr) word pairs for the multiply-adds:
+// the even samples' pairs in one vector, the odd ones' in the other, so that
+// the halves of the sums interleave back into sample order with one blend.
 struct ChromaWords {
-  __m128i cb, cr, pairsLow, pairsHigh;
+  __m128i cb, cr, evenPairs, oddPairs;
 };
 
 ChromaWords ChromaWordsOf(__m128i cb, __m128i cr) {
-  return {cb, cr, _mm_unpacklo_epi16(cb, cr), _mm_unpackhi_epi16(cb, cr)};
+  return {cb, cr, _mm_blend_epi16(cb, _mm_slli_epi32(cr, 16), 0xAA), _mm_blend_epi16(_mm_srli_epi32(cb, 16), cr, 0xAA)};
 }
 
-// Whole * x for the small whole parts of the weights.
+// The high and the low halves of 32-bit sums, in sample order, from the sums
+// of the even and of the odd samples.
+__m128i HighHalves(__m128i even, __m128i odd) { return _mm_blend_epi16(_mm_srli_epi32(even, 16), odd, 0xAA); }
+__m128i LowHalves(__m128i even, __m128i odd) { return _mm_blend_epi16(even, _mm_slli_epi32(odd, 16), 0xAA); }
+
+// high + whole * x for the small whole parts of the weights.
 template <int32_t kWhole>
-__m128i TimesWhole(__m128i x) {
-  if constexpr (kWhole == 0) return _mm_setzero_si128();
-  if constexpr (kWhole == 1) return x;
-  if constexpr (kWhole == 2) return _mm_add_epi16(x, x);
-  if constexpr (kWhole == -1) return _mm_sub_epi16(_mm_setzero_si128(), x);
-  return _mm_mullo_epi16(x, _mm_set1_epi16(static_cast<int16_t>(kWhole)));
+__m128i AddWhole(__m128i high, __m128i x) {
+  static_assert(kWhole >= -1 && kWhole <= 2, "the whole parts of the chroma weights lie between -1 and 2");
+  if constexpr (kWhole == -1) return _mm_sub_epi16(high, x);
+  if constexpr (kWhole == 0) return high;
+  if constexpr (kWhole == 1) return _mm_add_epi16(high, x);
+  if constexpr (kWhole == 2) return _mm_add_epi16(high, _mm_add_epi16(x, x));
 }
 
 template <int32_t kCb, int32_t kCr, int32_t kBase>
@@ -118,35 +168,94 @@ ChannelTerms TermsOf(const ChromaWords& chroma) {
   const __m128i parts = _mm_set1_epi32(static_cast<int32_t>(
       static_cast<uint16_t>(Part(kCb)) | static_cast<uint32_t>(static_cast<uint16_t>(Part(kCr))) << 16));
   const __m128i base = _mm_set1_epi32(kBase);
-  const __m128i sumLow = _mm_add_epi32(_mm_madd_epi16(chroma.pairsLow, parts), base);
-  const __m128i sumHigh = _mm_add_epi32(_mm_madd_epi16(chroma.pairsHigh, parts), base);
-  const __m128i lowHalf = _mm_set1_epi32(0xFFFF);
-  const __m128i high = _mm_packs_epi32(_mm_srai_epi32(sumLow, 16), _mm_srai_epi32(sumHigh, 16));
-  const __m128i low = _mm_packus_epi32(_mm_and_si128(sumLow, lowHalf), _mm_and_si128(sumHigh, lowHalf));
-  const __m128i whole = _mm_add_epi16(TimesWhole<Whole(kCb)>(chroma.cb), TimesWhole<Whole(kCr)>(chroma.cr));
-  // A carry out of y.low + low happens when y.low > 0xFFFF - low; with both
-  // sides' sign bits flipped, a signed comparison tells it.
-  return {_mm_add_epi16(high, whole), _mm_xor_si128(low, _mm_set1_epi16(0x7FFF))};
+  const __m128i even = _mm_add_epi32(_mm_madd_epi16(chroma.evenPairs, parts), base);
+  const __m128i odd = _mm_add_epi32(_mm_madd_epi16(chroma.oddPairs, parts), base);
+  const __m128i high = AddWhole<Whole(kCr)>(AddWhole<Whole(kCb)>(HighHalves(even, odd), chroma.cb), chroma.cr);
+  // A carry out of Q + L happens when Q > 0xFFFF - L; with both sides' sign
+  // bits flipped, a signed comparison tells it.
+  return {high, _mm_xor_si128(LowHalves(even, odd), _mm_set1_epi16(0x7FFF))};
+}
+
+// Red's chroma part weighs Cr alone and blue's Cb alone: W c + base with W
+// above 65536. If W = M k with M odd and below 65536, one d below 65536 has
+// M d = base + 65536 e (M is invertible modulo 65536), and if k c + d stays
+// below 65536, W c + base = M (k c + d) - 65536 e: its high half is that of
+// an unsigned 16-bit product, less e, with no carry to follow.
+struct ProductForm {
+  int32_t m, k, d, e;
+  bool found;
+};
+
+// The inverse of an odd number modulo 65536; each step doubles the bits that are right.
+constexpr uint32_t InverseOfOdd(uint32_t m) {
+  uint32_t x = m;
+  for (int i = 0; i < 4; ++i) x *= 2 - m * x;
+  return x & 0xFFFF;
+}
+
+constexpr ProductForm ProductFormOf(int32_t weight, int32_t base) {
+  for (int32_t k = 2; k < 256; ++k) {
+    const int32_t m = weight / k;
+    if (weight % k != 0 || m >= 65536 || m % 2 == 0) continue;
+    const int32_t d = static_cast<int32_t>((static_cast<uint32_t>(base) * InverseOfOdd(m)) & 0xFFFF);
+    if (d + 255 * k < 65536) return {m, k, d, static_cast<int32_t>((int64_t{m} * d - base) / 65536), true};
+  }
+  return {0, 0, 0, 0, false};
+}
+
+// The terms of W c + base in that form. The threshold is the low half of
+// 0x7FFF - (W c + base), which is the low half of the sum with all but its
+// sign bit flipped; 16-bit sums wrap, and the values they make fit.
+template <int32_t kWeight, int32_t kBase>
+ChannelTerms ProductTermsOf(__m128i c) {
+  constexpr ProductForm f = ProductFormOf(kWeight, kBase);
+  static_assert(f.found && int64_t{f.m} * f.d - int64_t{65536} * f.e == kBase);
+  const auto words = [](int64_t v) { return _mm_set1_epi16(static_cast<int16_t>(v)); };
+  const __m128i scaled = _mm_add_epi16(_mm_mullo_epi16(c, words(f.k)), words(f.d));
+  return {_mm_sub_epi16(_mm_mulhi_epu16(scaled, words(f.m)), words(f.e)),
+          _mm_add_epi16(_mm_mullo_epi16(c, words(-kWeight)), words(0x7FFF - int64_t{kBase}))};
+}
+
+// Red's or blue's terms: as a product where the weight has that form, else
+// through the multiply-add as green's.
+template <int32_t kWeight, int32_t kBase, bool kOfCr>
+ChannelTerms SingleSampleTermsOf(const ChromaWords& chroma) {
+  if constexpr (ProductFormOf(kWeight, kBase).found) {
+    return ProductTermsOf<kWeight, kBase>(kOfCr ? chroma.cr : chroma.cb);
+  } else if constexpr (kOfCr) {
+    return TermsOf<0, kWeight, kBase>(chroma);
+  } else {
+    return TermsOf<kWeight, 0, kBase>(chroma);
+  }
 }
 
 template <const YCbCrToRGBWeights& w>
 void ChromaTermsOf(const ChromaWords& chroma, ChannelTerms terms[3]) {
-  terms[0] = TermsOf<0, w.crToR, w.offsetR - w.crToR * w.chromaBias>(chroma);
+  terms[0] = SingleSampleTermsOf<w.crToR, w.offsetR - w.crToR * w.chromaBias, true>(chroma);
   terms[1] = TermsOf<w.cbToG, w.crToG, w.offsetG - (w.cbToG + w.crToG) * w.chromaBias>(chroma);
-  terms[2] = TermsOf<w.cbToB, 0, w.offsetB - w.cbToB * w.chromaBias>(chroma);
+  terms[2] = SingleSampleTermsOf<w.cbToB, w.offsetB - w.cbToB * w.chromaBias, false>(chroma);
 }
 
-// The luma part of eight pixels: Y + the high half of Part(wy) * Y, and the
-// low half with its sign bit flipped.
+// Twice the luma of sixteen pixels as words, of the even pixels and of the
+// odd ones.
+struct TwiceLuma {
+  __m128i even, odd;
+};
+
+TwiceLuma TwiceLumaOf(__m128i y) { return {TwiceLowBytes(y), TwiceHighBytes(y)}; }
+
+// The luma part of eight pixels: the high half of wy * Y, and the low half
+// with its sign bit flipped, from half the weight (an unsigned 16-bit
+// multiplier) times twice the luma.
 struct LumaTerms {
   __m128i high, lowFlipped;
 };
 
 template <const YCbCrToRGBWeights& w>
-LumaTerms LumaTermsOf(__m128i y) {
-  static_assert(Whole(w.y) == 1 && Part(w.y) > 0, "the luma weight lies between 1 and 1.5");
-  const __m128i part = _mm_set1_epi16(static_cast<int16_t>(Part(w.y)));
-  return {_mm_add_epi16(y, _mm_mulhi_epu16(y, part)), _mm_xor_si128(_mm_mullo_epi16(y, part), _mm_set1_epi16(-32768))};
+LumaTerms LumaTermsOf(__m128i twiceY) {
+  static_assert(w.y % 2 == 0 && w.y / 2 < 65536, "half the luma weight is a 16-bit multiplier");
+  const __m128i half = _mm_set1_epi16(static_cast<int16_t>(w.y / 2));
+  return {_mm_mulhi_epu16(twiceY, half), _mm_xor_si128(_mm_mullo_epi16(twiceY, half), _mm_set1_epi16(-32768))};
 }
 
 // One channel of eight pixels as words; packing to bytes clips it.
@@ -154,24 +263,23 @@ __m128i CarryInto(LumaTerms luma, const ChannelTerms& chroma) {
   return _mm_sub_epi16(_mm_add_epi16(luma.high, chroma.high), _mm_cmpgt_epi16(luma.lowFlipped, chroma.threshold));
 }
 
-// The even and odd bytes of 16 samples as two vectors of words: no
-// shuffle, and each chroma sample of a pair lines up with both its pixels.
-__m128i EvenWords(__m128i bytes) { return _mm_and_si128(bytes, _mm_set1_epi16(0xFF)); }
-__m128i OddWords(__m128i bytes) { return _mm_srli_epi16(bytes, 8); }
-
-// Sixteen pixels from their luma bytes and the chroma terms of their even
-// and odd pixels, stored R first or B first.
+// Sixteen pixels from twice their luma and the chroma terms of their even
+// and odd pixels, stored R first or B first. Even and odd pixels keep apart
+// up to the store: each chroma sample of a pair lines up with both pixels.
 template <const YCbCrToRGBWeights& w, bool kBlueFirst>
-[[gnu::always_inline]] inline void StoreSixteen(__m128i y, const ChannelTerms even[3], const ChannelTerms odd[3],
+[[gnu::always_inline]] inline void StoreSixteen(TwiceLuma y, const ChannelTerms even[3], const ChannelTerms odd[3],
                                                 uint8_t* out) {
-  const LumaTerms lumaEven = LumaTermsOf<w>(EvenWords(y));
-  const LumaTerms lumaOdd = LumaTermsOf<w>(OddWords(y));
-  __m128i bytes[3];
-  for (int c = 0; c < 3; ++c) bytes[c] = _mm_packus_epi16(CarryInto(lumaEven, even[c]), CarryInto(lumaOdd, odd[c]));
+  const LumaTerms lumaEven = LumaTermsOf<w>(y.even);
+  const LumaTerms lumaOdd = LumaTermsOf<w>(y.odd);
+  __m128i words[3][2];
+  for (int c = 0; c < 3; ++c) {
+    words[c][0] = CarryInto(lumaEven, even[c]);
+    words[c][1] = CarryInto(lumaOdd, odd[c]);
+  }
   if (kBlueFirst) {
-    StorePacked(bytes[2], bytes[1], bytes[0], out);
+    StorePixels(words[2], words[1], words[0], out);
   } else {
-    StorePacked(bytes[0], bytes[1], bytes[2], out);
+    StorePixels(words[0], words[1], words[2], out);
   }
 }
 
@@ -185,21 +293,25 @@ void ChromaTermsOfBlock(const uint8_t* cb, const uint8_t* cr, ChannelTerms terms
 // Planar Y and half-width chroma to packed pixels, 16 a block; in: Y, Cb, Cr.
 template <const YCbCrToRGBWeights& w, bool kBlueFirst>
 void PlanarBlocks(const uint8_t* const* in, uint8_t* const* out, int width) {
+  const uint8_t *y = in[0], *cb = in[1], *cr = in[2];
+  uint8_t* pixels = out[0];
   for (int x = 0; x < width; x += 16) {
     ChannelTerms terms[3];
-    ChromaTermsOfBlock<w>(in[1] + x / 2, in[2] + x / 2, terms);
-    StoreSixteen<w, kBlueFirst>(Load(in[0] + x), terms, terms, out[0] + 3 * x);
+    ChromaTermsOfBlock<w>(cb + x / 2, cr + x / 2, terms);
+    StoreSixteen<w, kBlueFirst>(TwiceLumaOf(Load(y + x)), terms, terms, pixels + 3 * x);
   }
 }
 
 // Two luma rows over one chroma row; in: Y top, Y bottom, Cb, Cr.
 template <const YCbCrToRGBWeights& w>
 void PlanarPairBlocks(const uint8_t* const* in, uint8_t* const* out, int width) {
+  const uint8_t *yTop = in[0], *yBottom = in[1], *cb = in[2], *cr = in[3];
+  uint8_t *top = out[0], *bottom = out[1];
   for (int x = 0; x < width; x += 16) {
     ChannelTerms terms[3];
-    ChromaTermsOfBlock<w>(in[2] + x / 2, in[3] + x / 2, terms);
-    StoreSixteen<w, false>(Load(in[0] + x), terms, terms, out[0] + 3 * x);
-    StoreSixteen<w, false>(Load(in[1] + x), terms, terms, out[1] + 3 * x);
+    ChromaTermsOfBlock<w>(cb + x / 2, cr + x / 2, terms);
+    StoreSixteen<w, false>(TwiceLumaOf(Load(yTop + x)), terms, terms, top + 3 * x);
+    StoreSixteen<w, false>(TwiceLumaOf(Load(yBottom + x)), terms, terms, bottom + 3 * x);
   }
 }
 
@@ -215,15 +327,19 @@ void PlanarRowPair(const uint8_t* yTop, const uint8_t* yBottom, const uint8_t* c
              {{top, kPacked}, {bottom, kPacked}}, width);
 }
 
-// Packed Y, Cb, Cr to packed R, G, B, 16 pixels a block.
+// Packed Y, Cb, Cr to packed R, G, B, 16 pixels a block: the pieces hold
+// (Y, Cb) of the even pixels, (Cr of them, Y of the odd), (Cb, Cr) of the odd.
 void PackedBlocks(const uint8_t* const* in, uint8_t* const* out, int width) {
+  const uint8_t* src = in[0];
+  uint8_t* pixels = out[0];
   for (int x = 0; x < width; x += 16) {
-    __m128i ycbcr[3];
-    LoadPacked(in[0] + 3 * x, ycbcr);
+    __m128i pieces[3];
+    LoadPieces(src + 3 * x, pieces);
+    const TwiceLuma y = {TwiceLowBytes(pieces[0]), TwiceHighBytes(pieces[1])};
     ChannelTerms even[3], odd[3];
-    ChromaTermsOf<kYCbCrToRGBWeights>(ChromaWordsOf(EvenWords(ycbcr[1]), EvenWords(ycbcr[2])), even);
-    ChromaTermsOf<kYCbCrToRGBWeights>(ChromaWordsOf(OddWords(ycbcr[1]), OddWords(ycbcr[2])), odd);
-    StoreSixteen<kYCbCrToRGBWeights, false>(ycbcr[0], even, odd, out[0] + 3 * x);
+    ChromaTermsOf<kYCbCrToRGBWeights>(ChromaWordsOf(HighBytes(pieces[0]), LowBytes(pieces[1])), even);
+    ChromaTermsOf<kYCbCrToRGBWeights>(ChromaWordsOf(LowBytes(pieces[2]), HighBytes(pieces[2])), odd);
+    StoreSixteen<kYCbCrToRGBWeights, false>(y, even, odd, pixels + 3 * x);
   }
 }
 
@@ -258,25 +374,24 @@ struct Group {
 };
 constexpr Group kGroups[4] = {{0, 0}, {12, 0}, {24, 0}, {32, 4}};
 
-// Word pairs (first, second) of four pixels from the 16 loaded bytes.
-constexpr ShuffleMasks MakePairMasks(int first, int second) {
-  ShuffleMasks s{};
-  for (int skip = 0; skip < 2; ++skip) {
-    for (int i = 0; i < 4; ++i) {
-      const int at = 4 * skip + 3 * i;
-      s.m[skip][0][4 * i] = static_cast<int8_t>(at + first);
-      s.m[skip][0][4 * i + 1] = -128;
-      s.m[skip][0][4 * i + 2] = static_cast<int8_t>(at + second);
-      s.m[skip][0][4 * i + 3] = -128;
-    }
+// Word pairs (first, second) of four pixels from the 16 loaded bytes, the
+// pixels starting at byte `skip`.
+constexpr ShuffleMask PairMask(int first, int second, int skip) {
+  ShuffleMask s{};
+  for (int i = 0; i < 4; ++i) {
+    const int at = skip + 3 * i;
+    s.bytes[4 * i] = static_cast<int8_t>(at + first);
+    s.bytes[4 * i + 1] = -128;
+    s.bytes[4 * i + 2] = static_cast<int8_t>(at + second);
+    s.bytes[4 * i + 3] = -128;
   }
   return s;
 }
 
 template <const Layout& layout>
 struct PairMasks {
-  static constexpr ShuffleMasks kRG = MakePairMasks(layout.r, layout.g);
-  static constexpr ShuffleMasks kBG = MakePairMasks(layout.b, layout.g);
+  static constexpr ShuffleMask kRG[2] = {PairMask(layout.r, layout.g, 0), PairMask(layout.r, layout.g, 4)};
+  static constexpr ShuffleMask kBG[2] = {PairMask(layout.b, layout.g, 0), PairMask(layout.b, layout.g, 4)};
 };
 
 // The (R, G) and (B, G) words of the four pixels of group g.
@@ -288,26 +403,39 @@ template <const Layout& layout>
 Pairs PairsOf(const uint8_t* block, int g) {
   const __m128i v = Load(block + kGroups[g].start);
   const int skip = kGroups[g].skip / 4;
-  return {_mm_shuffle_epi8(v, MaskOf(PairMasks<layout>::kRG.m[skip][0])),
-          _mm_shuffle_epi8(v, MaskOf(PairMasks<layout>::kBG.m[skip][0]))};
+  return {_mm_shuffle_epi8(v, MaskOf(PairMasks<layout>::kRG[skip])),
+          _mm_shuffle_epi8(v, MaskOf(PairMasks<layout>::kBG[skip]))};
 }
 
 Pairs Add(Pairs a, Pairs b) { return {_mm_add_epi16(a.rg, b.rg), _mm_add_epi16(a.bg, b.bg)}; }
+
+// A vector of 16-bit weight pairs (first, second).
+__m128i WeightPairs(int32_t first, int32_t second) {
+  return _mm_set1_epi32(
+      static_cast<int32_t>(static_cast<uint16_t>(first) | static_cast<uint32_t>(static_cast<uint16_t>(second)) << 16));
+}
 
 // w . (R, G, B) of each pixel (or pixel sum) as 32-bit lanes; the green
 // weight is split across both pairs to fit 16 bits.
 template <const StudioWeights& w>
 __m128i Weigh(Pairs p) {
   constexpr int32_t g1 = w.g / 2, g2 = w.g - w.g / 2;
-  const __m128i rg = _mm_set1_epi32(
-      static_cast<int32_t>(static_cast<uint16_t>(w.r) | static_cast<uint32_t>(static_cast<uint16_t>(g1)) << 16));
-  const __m128i bg = _mm_set1_epi32(
-      static_cast<int32_t>(static_cast<uint16_t>(w.b) | static_cast<uint32_t>(static_cast<uint16_t>(g2)) << 16));
-  return _mm_add_epi32(_mm_madd_epi16(p.rg, rg), _mm_madd_epi16(p.bg, bg));
+  return _mm_add_epi32(_mm_madd_epi16(p.rg, WeightPairs(w.r, g1)), _mm_madd_epi16(p.bg, WeightPairs(w.b, g2)));
 }
 
-__m128i ScaleSum(__m128i sum, int32_t offset, int shift) {
-  return _mm_sra_epi32(_mm_add_epi32(sum, _mm_set1_epi32(offset)), _mm_cvtsi32_si128(shift));
+// The chroma weights add up to zero, so Cb and Cr weigh the differences
+// (B - R, B - G) alone: one multiply-add over those word pairs.
+__m128i DifferencesOf(Pairs p) {
+  const __m128i blueTwice = _mm_setr_epi8(0, 1, 0, 1, 4, 5, 4, 5, 8, 9, 8, 9, 12, 13, 12, 13);
+  return _mm_sub_epi16(_mm_shuffle_epi8(p.bg, blueTwice), p.rg);
+}
+
+// Cb or Cr of pixels (or pixel sums) from their differences.
+template <const StudioWeights& w>
+__m128i ChromaOf(__m128i differences, ChromaScale scale) {
+  static_assert(w.r + w.g + w.b == 0, "the chroma weights add up to zero");
+  const __m128i sum = _mm_madd_epi16(differences, WeightPairs(-w.r, -w.g));
+  return _mm_sra_epi32(_mm_add_epi32(sum, _mm_set1_epi32(scale.offset)), _mm_cvtsi32_si128(scale.shift));
 }
 
 // Sixteen 32-bit values in four vectors, each 0 to 255, to sixteen bytes.
@@ -320,61 +448,81 @@ void StoreEight(uint8_t* out, __m128i a, __m128i b) {
   _mm_storel_epi64(reinterpret_cast<__m128i*>(out), _mm_packus_epi16(_mm_packs_epi32(a, b), _mm_setzero_si128()));
 }
 
+// The luma of a block's four groups: the high halves of groups g and g + 1
+// interleave with one blend, and one shuffle puts the bytes in pixel order.
 void LumaOfBlock(const Pairs pairs[4], uint8_t* y) {
-  __m128i luma[4];
-  for (int g = 0; g < 4; ++g) luma[g] = ScaleSum(Weigh<kStudioY>(pairs[g]), kStudioYOffset, 16);
-  Store(y, PackBytes(luma[0], luma[1], luma[2], luma[3]));
+  __m128i halves[2];
+  for (int h = 0; h < 2; ++h) {
+    const __m128i first = _mm_add_epi32(Weigh<kStudioY>(pairs[2 * h]), _mm_set1_epi32(kStudioYOffset));
+    const __m128i second = _mm_add_epi32(Weigh<kStudioY>(pairs[2 * h + 1]), _mm_set1_epi32(kStudioYOffset));
+    halves[h] = _mm_blend_epi16(_mm_srli_epi32(first, 16), second, 0xAA);
+  }
+  const __m128i order = _mm_setr_epi8(0, 2, 4, 6, 1, 3, 5, 7, 8, 10, 12, 14, 9, 11, 13, 15);
+  Store(y, _mm_shuffle_epi8(_mm_packus_epi16(halves[0], halves[1]), order));
 }
 
-// Chroma of the pixel pairs of a block from its (summed) pairs: adjacent
-// pixels' weighted sums are added horizontally.
-template <const StudioWeights& w>
-void ChromaOfPairs(const Pairs sums[4], ChromaScale scale, uint8_t* out) {
-  const __m128i first = _mm_hadd_epi32(Weigh<w>(sums[0]), Weigh<w>(sums[1]));
-  const __m128i second = _mm_hadd_epi32(Weigh<w>(sums[2]), Weigh<w>(sums[3]));
-  StoreEight(out, ScaleSum(first, scale.offset, scale.shift), ScaleSum(second, scale.offset, scale.shift));
+// The (R, G) and (B, G) pairs of adjacent pixels added, for the pixel pairs
+// of groups g and g + 1: the sums of the low words stay far below 65536, so
+// 32-bit adds keep each word to itself.
+Pairs PairSums(Pairs a, Pairs b) { return {_mm_hadd_epi32(a.rg, b.rg), _mm_hadd_epi32(a.bg, b.bg)}; }
+
+// Cb and Cr of the eight pixel pairs (or squares) of a block from their sums.
+void StoreChroma(const Pairs sums[2], ChromaScale scale, uint8_t* cb, uint8_t* cr) {
+  const __m128i first = DifferencesOf(sums[0]), second = DifferencesOf(sums[1]);
+  const __m128i bytes =
+      _mm_packus_epi16(_mm_packs_epi32(ChromaOf<kStudioCb>(first, scale), ChromaOf<kStudioCb>(second, scale)),
+                       _mm_packs_epi32(ChromaOf<kStudioCr>(first, scale), ChromaOf<kStudioCr>(second, scale)));
+  _mm_storel_epi64(reinterpret_cast<__m128i*>(cb), bytes);
+  _mm_storeh_pi(reinterpret_cast<__m64*>(cr), _mm_castsi128_ps(bytes));
 }
 
 template <const Layout& layout>
 void FullBlocks(const uint8_t* const* in, uint8_t* const* out, int width) {
+  const uint8_t* src = in[0];
+  uint8_t *y = out[0], *cb = out[1], *cr = out[2];
   for (int x = 0; x < width; x += 16) {
     Pairs pairs[4];
-    for (int g = 0; g < 4; ++g) pairs[g] = PairsOf<layout>(in[0] + 3 * x, g);
-    LumaOfBlock(pairs, out[0] + x);
-    __m128i cb[4], cr[4];
+    for (int g = 0; g < 4; ++g) pairs[g] = PairsOf<layout>(src + 3 * x, g);
+    LumaOfBlock(pairs, y + x);
+    __m128i cbOfGroup[4], crOfGroup[4];
     for (int g = 0; g < 4; ++g) {
-      cb[g] = ScaleSum(Weigh<kStudioCb>(pairs[g]), kChromaOfPixel.offset, kChromaOfPixel.shift);
-      cr[g] = ScaleSum(Weigh<kStudioCr>(pairs[g]), kChromaOfPixel.offset, kChromaOfPixel.shift);
+      const __m128i differences = DifferencesOf(pairs[g]);
+      cbOfGroup[g] = ChromaOf<kStudioCb>(differences, kChromaOfPixel);
+      crOfGroup[g] = ChromaOf<kStudioCr>(differences, kChromaOfPixel);
     }
-    Store(out[1] + x, PackBytes(cb[0], cb[1], cb[2], cb[3]));
-    Store(out[2] + x, PackBytes(cr[0], cr[1], cr[2], cr[3]));
+    Store(cb + x, PackBytes(cbOfGroup[0], cbOfGroup[1], cbOfGroup[2], cbOfGroup[3]));
+    Store(cr + x, PackBytes(crOfGroup[0], crOfGroup[1], crOfGroup[2], crOfGroup[3]));
   }
 }
 
 template <const Layout& layout>
 void Blocks422(const uint8_t* const* in, uint8_t* const* out, int width) {
+  const uint8_t* src = in[0];
+  uint8_t *y = out[0], *cb = out[1], *cr = out[2];
   for (int x = 0; x < width; x += 16) {
     Pairs pairs[4];
-    for (int g = 0; g < 4; ++g) pairs[g] = PairsOf<layout>(in[0] + 3 * x, g);
-    LumaOfBlock(pairs, out[0] + x);
-    ChromaOfPairs<kStudioCb>(pairs, kChromaOfPair, out[1] + x / 2);
-    ChromaOfPairs<kStudioCr>(pairs, kChromaOfPair, out[2] + x / 2);
+    for (int g = 0; g < 4; ++g) pairs[g] = PairsOf<layout>(src + 3 * x, g);
+    LumaOfBlock(pairs, y + x);
+    const Pairs sums[2] = {PairSums(pairs[0], pairs[1]), PairSums(pairs[2], pairs[3])};
+    StoreChroma(sums, kChromaOfPair, cb + x / 2, cr + x / 2);
   }
 }
 
 template <const Layout& layout>
 void Blocks420(const uint8_t* const* in, uint8_t* const* out, int width) {
+  const uint8_t *srcTop = in[0], *srcBottom = in[1];
+  uint8_t *yTop = out[0], *yBottom = out[1], *cb = out[2], *cr = out[3];
   for (int x = 0; x < width; x += 16) {
-    Pairs top[4], bottom[4], sums[4];
+    Pairs top[4], bottom[4];
     for (int g = 0; g < 4; ++g) {
-      top[g] = PairsOf<layout>(in[0] + 3 * x, g);
-      bottom[g] = PairsOf<layout>(in[1] + 3 * x, g);
-      sums[g] = Add(top[g], bottom[g]);
+      top[g] = PairsOf<layout>(srcTop + 3 * x, g);
+      bottom[g] = PairsOf<layout>(srcBottom + 3 * x, g);
     }
-    LumaOfBlock(top, out[0] + x);
-    LumaOfBlock(bottom, out[1] + x);
-    ChromaOfPairs<kStudioCb>(sums, kChromaOfSquare, out[2] + x / 2);
-    ChromaOfPairs<kStudioCr>(sums, kChromaOfSquare, out[3] + x / 2);
+    LumaOfBlock(top, yTop + x);
+    LumaOfBlock(bottom, yBottom + x);
+    const Pairs sums[2] = {PairSums(Add(top[0], bottom[0]), Add(top[1], bottom[1])),
+                           PairSums(Add(top[2], bottom[2]), Add(top[3], bottom[3]))};
+    StoreChroma(sums, kChromaOfSquare, cb + x / 2, cr + x / 2);
   }
 }
 

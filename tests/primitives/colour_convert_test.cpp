@@ -349,16 +349,21 @@ BlockSums SumsOf(const TestImage& src, int cx, int cy, int rows, bool bgr) {
   return s;
 }
 
-// Studio-range subsampling on random pictures. Only whole pairs or squares
-// are written; the luma and chroma bytes beyond them must stay as they were.
+// Studio-range subsampling on random pictures (of 0 and 255 only with
+// `extremes`). Only whole pairs or squares are written; the luma and chroma
+// bytes beyond them must stay as they were.
 void CheckSubsampledYCbCr(PackedToSubsampled convert, int rows, bool bgr, int minWidth, int minHeight,
-                          bool oddWidthWarns) {
+                          bool oddWidthWarns, bool extremes = false) {
   std::mt19937 random(4204);
   for (const RandomCase& c : kRandomCases) {
     if (c.width < minWidth || c.height < minHeight) continue;
     SCOPED_TRACE(::testing::Message() << c.width << "x" << c.height);
     TestImage src(3 * c.width, c.height, c.padding);
-    src.FillRandom(random);
+    if (extremes) {
+      src.FillExtremes(random);
+    } else {
+      src.FillRandom(random);
+    }
     const int pairs = c.width / 2;
     const int chromaRows = c.height / rows;
     TestPlanes dst(c.width, c.height, std::max(1, pairs), std::max(1, chromaRows), c.padding);
@@ -405,6 +410,17 @@ TEST(ColourConvertTest, SubsampledStudioConversionsMatchFormulaOnRandomPictures)
     SCOPED_TRACE("BGR 4:2:0");
     CheckSubsampledYCbCr(PrimBGRToYCbCr420, 2, true, 2, 2, true);
   }
+}
+
+// Pair and square sums (and their differences) at the ends of their range,
+// where a vector path's words would overflow first; in every slot.
+TEST(ColourConvertTest, SubsampledStudioConversionsMatchFormulaOnPicturesOfExtremes) {
+  ForEachSlot([] {
+    CheckSubsampledYCbCr(PrimRGBToYCbCr422, 1, false, 2, 1, true, true);
+    CheckSubsampledYCbCr(PrimBGRToYCbCr422, 1, true, 2, 1, false, true);
+    CheckSubsampledYCbCr(PrimRGBToYCbCr420, 2, false, 1, 1, true, true);
+    CheckSubsampledYCbCr(PrimBGRToYCbCr420, 2, true, 2, 2, true, true);
+  });
 }
 
 TEST(ColourConvertTest, RGBToYUV420MatchesFormulaOnRandomPictures) {

@@ -39,6 +39,12 @@ class TestImage {
       for (int x = 0; x < rowBytes_; ++x) at(x, y) = static_cast<uint8_t>(random());
     }
   }
+  // Random bytes of 0 and 255 only: sums over pixels reach both ends of their range.
+  void FillExtremes(std::mt19937& random) {
+    for (int y = 0; y < rows_; ++y) {
+      for (int x = 0; x < rowBytes_; ++x) at(x, y) = random() % 2 == 0 ? 0 : 255;
+    }
+  }
 
   // True when nothing outside the rows was written.
   bool GuardsIntact() const {
