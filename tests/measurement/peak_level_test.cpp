@@ -12,12 +12,11 @@ using namespace measurement_test;
 using NS_AudioMeasurement::AUDIO_MEAUREMENT_TYPE;
 using NS_AudioMeasurement::CAudioPeakLevel;
 using NS_AudioMeasurement::CAudioPeakLevelImpl;
+using NS_AudioMeasurement::MEASUREMENT_CHROMATEC;
 using NS_AudioMeasurement::MEASUREMENT_PPM_IIA;
 using NS_AudioMeasurement::MEASUREMENT_SIMPLE;
+using NS_AudioMeasurement::MEASUREMENT_TRUE_PEAK;
 using NS_AudioMeasurement::MEASUREMENT_VU;
-
-constexpr AUDIO_MEAUREMENT_TYPE kBlockMeters[] = {MEASUREMENT_PPM_IIA, MEASUREMENT_VU, MEASUREMENT_SIMPLE,
-                                                  NS_AudioMeasurement::MEASUREMENT_CHROMATEC};
 
 // A history entry from a level worked out by hand: tenths, truncated toward zero.
 short Entry(double db) { return static_cast<short>(std::trunc(db * 10.0)); }
@@ -139,7 +138,8 @@ TEST(PeakLevelTest, LevelHistoryResampling) {
 TEST(PeakLevelTest, RandomPiecesGiveTheSameHistoryAsOneBlock) {
   const Block programme{PinkNoise(3 * 48000 + 77, 0.2, 5),
                         Concat({Sine(48000, 0.7, 997.0), WhiteNoise(2 * 48000 + 77, 0.3, 6)})};
-  for (AUDIO_MEAUREMENT_TYPE type : kBlockMeters) {
+  for (AUDIO_MEAUREMENT_TYPE type : {MEASUREMENT_PPM_IIA, MEASUREMENT_VU, MEASUREMENT_SIMPLE, MEASUREMENT_CHROMATEC,
+                                     MEASUREMENT_TRUE_PEAK}) {
     CAudioPeakLevel whole(2, 48000, type);
     CAudioPeakLevel pieces(2, 48000, type);
     whole.AddSamples(programme);
