@@ -18,9 +18,6 @@ using NS_AudioMeasurement::MEASUREMENT_SIMPLE;
 using NS_AudioMeasurement::MEASUREMENT_TRUE_PEAK;
 using NS_AudioMeasurement::MEASUREMENT_VU;
 
-// A history entry from a level worked out by hand: tenths, truncated toward zero.
-short Entry(double db) { return static_cast<short>(std::trunc(db * 10.0)); }
-
 TEST(PeakLevelTest, NamesTypesAndUnfedReadings) {
   const std::pair<AUDIO_MEAUREMENT_TYPE, const char*> names[] = {
       {MEASUREMENT_PPM_IIA, "PPMIIa"}, {MEASUREMENT_VU, "VU"}, {MEASUREMENT_SIMPLE, "Simple"}};
@@ -71,27 +68,6 @@ TEST(PeakLevelTest, HistoryEntriesTruncateTowardZeroAndKeepSixteenBits) {
   EXPECT_EQ(CAudioPeakLevelImpl::HistoryEntry(-INFINITY), -1200);
   EXPECT_EQ(CAudioPeakLevelImpl::HistoryEntry(NAN), -1200);
   EXPECT_EQ(CAudioPeakLevelImpl::HistoryEntry(-150.0), -1200);
-}
-
-// The envelope rises by `attack` of the distance per sample and falls by
-// 10 dB a second: after a full-scale step it settles where the rise balances
-// the fall, e = attack / (1 - (1 - attack) / decayDivisor).
-TEST(PeakLevelTest, PpmAttackSettlingAndDecay) {
-  const double attack = 4.2 * (1.0 - std::exp(-1.0 / 480.0));
-  const double decay = std::pow(10.0, (10.0 / 48000.0) / 20.0);
-  EXPECT_NEAR(attack, 0.0087409, 5e-8);  // the figure is given to seven places
-
-  CAudioPeakLevel meter(1, 48000, MEASUREMENT_PPM_IIA);
-  meter.AddSamples(Block{Concat({std::vector<double>(48000, 1.0), std::vector<double>(48000, 0.0)})});
-  const double settled = 20.0 * std::log10(attack / (1.0 - (1.0 - attack) / decay));
-  // After 48,000 steps the distance to the fixed point is far below double precision.
-  EXPECT_NEAR(meter.ConvertReadingToDB(meter.GetPeakReading()), settled, 1e-9);
-  const std::vector<short> history = History(meter);
-  ASSERT_EQ(history.size(), 20u);
-  // Silent block k reads the envelope of its first sample: 4,800·k + 1 steps of decay.
-  for (int k = 0; k < 10; ++k) {
-    EXPECT_EQ(history[10 + k], Entry(settled - 10.0 * (4800.0 * k + 1.0) / 48000.0)) << k;
-  }
 }
 
 TEST(PeakLevelTest, VuDividesByTheWindowEvenWhereSubBlocksFallShort) {
