@@ -1,12 +1,9 @@
 // The tool's limit, resample and s302m commands, run as a user runs them.
 #include <sndfile.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -15,22 +12,15 @@
 #include <vector>
 
 #include "limiter_pass.h"
+#include "support/run_process.h"
+#include "support/temp_folder.h"
 
 namespace {
 
-struct ToolResult {
-  int status;
-  std::string output;
-};
+using corvane::test::ProcessResult;
 
-ToolResult RunTool(const std::string& arguments) {
-  const std::string command = std::string(CORVANE_TOOL_PATH) + " " + arguments + " 2>&1";
-  FILE* pipe = popen(command.c_str(), "r");
-  std::string output;
-  char buffer[256];
-  while (std::fgets(buffer, sizeof buffer, pipe) != nullptr) output += buffer;
-  const int status = pclose(pipe);
-  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, output};
+ProcessResult RunTool(const std::string& arguments) {
+  return corvane::test::RunProcess(std::string(CORVANE_TOOL_PATH) + " " + arguments + " 2>&1");
 }
 
 struct Sound {
@@ -91,16 +81,10 @@ void WriteBytes(const std::string& path, const std::vector<uint8_t>& bytes) {
 
 class AudioCommandsTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    folder_ = ::testing::TempDir() + "corvane-audio-" + std::to_string(getpid()) + "-" +
-              ::testing::UnitTest::GetInstance()->current_test_info()->name();
-    std::filesystem::create_directories(folder_);
-  }
-  void TearDown() override { std::filesystem::remove_all(folder_); }
-  std::string Path(const std::string& name) const { return folder_ + "/" + name; }
+  std::string Path(const std::string& name) const { return folder_.Path() + "/" + name; }
 
  private:
-  std::string folder_;
+  corvane::test::TempFolder folder_;
 };
 
 TEST_F(AudioCommandsTest, LimitWritesWhatTheLimiterGives) {
@@ -111,8 +95,8 @@ TEST_F(AudioCommandsTest, LimitWritesWhatTheLimiterGives) {
     in.samples[2 * i + 1] = -in.samples[2 * i];
   }
   WriteSound(Path("in.wav"), in);
-  const ToolResult result = RunTool("limit " + Path("in.wav") + " " + Path("out.wav"));
-  ASSERT_EQ(result.status, 0) << result.output;
+  const ProcessResult result = RunTool("limit " + Path("in.wav") + " " + Path("out.wav"));
+  ASSERT_EQ(result.exitStatus, 0) << result.output;
   EXPECT_NE(result.output.find("48000 samples a channel"), std::string::npos) << result.output;
   EXPECT_NE(result.output.find("output peak -1.00 dBFS"), std::string::npos) << result.output;
 
@@ -132,12 +116,13 @@ TEST_F(AudioCommandsTest, LimitWritesWhatTheLimiterGives) {
 
 TEST_F(AudioCommandsTest, LimitRefusesBadSettingsAndChannelCounts) {
   WriteSound(Path("stereo.wav"), Tones(48000, {440.0, 440.0}, 100, 0.5));
-  ToolResult result = RunTool("limit " + Path("stereo.wav") + " " + Path("out.wav") + " --threshold -1 --ceiling -3");
-  EXPECT_EQ(result.status, 1);
+  ProcessResult result =
+      RunTool("limit " + Path("stereo.wav") + " " + Path("out.wav") + " --threshold -1 --ceiling -3");
+  EXPECT_EQ(result.exitStatus, 1);
   EXPECT_NE(result.output.find("--threshold must not be above --ceiling"), std::string::npos) << result.output;
   WriteSound(Path("three.wav"), Tones(48000, {440.0, 440.0, 440.0}, 100, 0.5));
   result = RunTool("limit " + Path("three.wav") + " " + Path("out.wav"));
-  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.exitStatus, 1);
   EXPECT_NE(result.output.find("three.wav: the limiter takes mono or stereo, not 3 channels"), std::string::npos)
       << result.output;
   EXPECT_FALSE(std::filesystem::exists(Path("out.wav")));
@@ -147,8 +132,8 @@ TEST_F(AudioCommandsTest, ResampleKeepsDurationAndEachChannelsTone) {
   // Three channels: a pair and an odd one, each its own tone.
   const std::vector<double> frequencies = {500.0, 1000.0, 1500.0};
   WriteSound(Path("in.wav"), Tones(48000, frequencies, 48000, 0.5));
-  const ToolResult result = RunTool("resample " + Path("in.wav") + " " + Path("out.wav") + " --rate 44100");
-  ASSERT_EQ(result.status, 0) << result.output;
+  const ProcessResult result = RunTool("resample " + Path("in.wav") + " " + Path("out.wav") + " --rate 44100");
+  ASSERT_EQ(result.exitStatus, 0) << result.output;
   const Sound out = ReadSound(Path("out.wav"));
   EXPECT_EQ(out.rate, 44100);
   ASSERT_EQ(out.channels, 3);
@@ -161,18 +146,18 @@ TEST_F(AudioCommandsTest, ResampleKeepsDurationAndEachChannelsTone) {
       ASSERT_NEAR(out.samples[3 * i + c] >> 16, ideal, 8.0) << "channel " << c << " at " << i;
     }
   }
-  EXPECT_EQ(RunTool("resample " + Path("in.wav") + " " + Path("x.wav")).status, 1);
+  EXPECT_EQ(RunTool("resample " + Path("in.wav") + " " + Path("x.wav")).exitStatus, 1);
 }
 
 TEST_F(AudioCommandsTest, S302MRoundTripKeepsTheTopTwentyBits) {
   Sound in = Tones(48000, {440.0, 660.0}, 5000, 0.9);
   for (size_t i = 0; i < in.samples.size(); i += 7) in.samples[i] += 0x1234 * 16;  // bits below 20 matter
   WriteSound(Path("in.wav"), in, SF_FORMAT_PCM_24);
-  ASSERT_EQ(RunTool("s302m encode " + Path("in.wav") + " " + Path("units.302m")).status, 0);
+  ASSERT_EQ(RunTool("s302m encode " + Path("in.wav") + " " + Path("units.302m")).exitStatus, 0);
   // 5000 samples: two units of 1920 and one of 1160, 6 bytes a sample each.
   EXPECT_EQ(ReadBytes(Path("units.302m")).size(), 3 * 4 + 5000u * 6);
-  const ToolResult result = RunTool("s302m decode " + Path("units.302m") + " " + Path("back.wav"));
-  ASSERT_EQ(result.status, 0) << result.output;
+  const ProcessResult result = RunTool("s302m decode " + Path("units.302m") + " " + Path("back.wav"));
+  ASSERT_EQ(result.exitStatus, 0) << result.output;
   EXPECT_NE(result.output.find("3 units, 2 channels of 20 bits, 5000 samples a channel"), std::string::npos)
       << result.output;
   int encoding = 0;
@@ -185,14 +170,14 @@ TEST_F(AudioCommandsTest, S302MRoundTripKeepsTheTopTwentyBits) {
 
   // Mono goes to both channels.
   WriteSound(Path("mono.wav"), Tones(48000, {440.0}, 100, 0.5));
-  ASSERT_EQ(RunTool("s302m encode " + Path("mono.wav") + " " + Path("mono.302m")).status, 0);
-  ASSERT_EQ(RunTool("s302m decode " + Path("mono.302m") + " " + Path("mono-back.wav")).status, 0);
+  ASSERT_EQ(RunTool("s302m encode " + Path("mono.wav") + " " + Path("mono.302m")).exitStatus, 0);
+  ASSERT_EQ(RunTool("s302m decode " + Path("mono.302m") + " " + Path("mono-back.wav")).exitStatus, 0);
   const Sound monoBack = ReadSound(Path("mono-back.wav"));
   ASSERT_EQ(monoBack.channels, 2);
   for (size_t i = 0; i < 100; ++i) ASSERT_EQ(monoBack.samples[2 * i], monoBack.samples[2 * i + 1]);
 
   WriteSound(Path("44k.wav"), Tones(44100, {440.0}, 100, 0.5));
-  EXPECT_EQ(RunTool("s302m encode " + Path("44k.wav") + " " + Path("x.302m")).status, 1);
+  EXPECT_EQ(RunTool("s302m encode " + Path("44k.wav") + " " + Path("x.302m")).exitStatus, 1);
 }
 
 TEST_F(AudioCommandsTest, S302MDecodeOfFFmpegUnitsAndOfDamagedFiles) {
@@ -202,7 +187,7 @@ TEST_F(AudioCommandsTest, S302MDecodeOfFFmpegUnitsAndOfDamagedFiles) {
   std::vector<uint8_t> twice = unit;
   twice.insert(twice.end(), unit.begin(), unit.end());
   WriteBytes(Path("twice.302m"), twice);
-  ASSERT_EQ(RunTool("s302m decode " + Path("twice.302m") + " " + Path("twice.wav")).status, 0);
+  ASSERT_EQ(RunTool("s302m decode " + Path("twice.302m") + " " + Path("twice.wav")).exitStatus, 0);
   int encoding = 0;
   const Sound decoded = ReadSound(Path("twice.wav"), &encoding);
   EXPECT_EQ(encoding, SF_FORMAT_PCM_16);
@@ -215,8 +200,8 @@ TEST_F(AudioCommandsTest, S302MDecodeOfFFmpegUnitsAndOfDamagedFiles) {
 
   // A unit that claims more than is left, and a stray tail behind a unit.
   WriteBytes(Path("cut.302m"), std::vector<uint8_t>(unit.begin(), unit.begin() + 1000));
-  ToolResult result = RunTool("s302m decode " + Path("cut.302m") + " " + Path("cut.wav"));
-  EXPECT_EQ(result.status, 1);
+  ProcessResult result = RunTool("s302m decode " + Path("cut.302m") + " " + Path("cut.wav"));
+  EXPECT_EQ(result.exitStatus, 1);
   EXPECT_NE(result.output.find("cut.302m: unit 1 at byte 0: claims 4804 bytes but only 1000 remain"),
             std::string::npos)
       << result.output;
@@ -225,12 +210,12 @@ TEST_F(AudioCommandsTest, S302MDecodeOfFFmpegUnitsAndOfDamagedFiles) {
   tail.insert(tail.end(), {0x00, 0x10});
   WriteBytes(Path("tail.302m"), tail);
   result = RunTool("s302m decode " + Path("tail.302m") + " " + Path("tail.wav"));
-  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.exitStatus, 1);
   EXPECT_NE(result.output.find("unit 2 at byte 4804: 2 bytes left, too few for a header"), std::string::npos)
       << result.output;
   EXPECT_FALSE(std::filesystem::exists(Path("tail.wav")));
   WriteBytes(Path("empty.302m"), {});
-  EXPECT_EQ(RunTool("s302m decode " + Path("empty.302m") + " " + Path("empty.wav")).status, 1);
+  EXPECT_EQ(RunTool("s302m decode " + Path("empty.302m") + " " + Path("empty.wav")).exitStatus, 1);
 }
 
 }  // namespace

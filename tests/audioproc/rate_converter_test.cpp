@@ -58,25 +58,20 @@ void ExpectStereoTone(const std::vector<short>& output, double rate, double freq
   }
 }
 
-TEST(RateConverter, ConvertsAToneFrom48To44k1) {
-  CAudioSupport converter(48000, 44100);
-  EXPECT_EQ(converter.GetCurrentInputSamplingRate(), 48000);
-  const auto output = Convert(converter, StereoTone(48000, 48000.0, 1000.0), {48000});
-  // The filter holds back its last few samples: lastFlag is never set here.
-  EXPECT_LE(output.size() / 2, 44100u);
-  EXPECT_GT(output.size() / 2, 44000u);
-  ExpectStereoTone(output, 44100.0, 1000.0);
-}
-
-TEST(RateConverter, BlocksOfAnySizeGiveTheSameStream) {
-  const auto input = StereoTone(20000, 48000.0, 997.0);
+TEST(RateConverter, ConvertsAToneFrom48To44k1InBlocksOfAnySize) {
+  const auto input = StereoTone(48000, 48000.0, 997.0);
   CAudioSupport whole(48000, 44100);
   CAudioSupport pieces(48000, 44100);
-  const auto a = Convert(whole, input, {20000});
+  EXPECT_EQ(whole.GetCurrentInputSamplingRate(), 48000);
+  const auto a = Convert(whole, input, {48000});
   const auto b = Convert(pieces, input, {100, 1777, 3, 4096, 1, 250});
+  // The filter holds back its last few samples: lastFlag is never set here.
+  EXPECT_LE(a.size() / 2, 44100u);
+  EXPECT_GT(a.size() / 2, 44000u);
   ASSERT_EQ(a.size(), b.size());
   // Float rounding differs with the block edges, within the filter's accuracy.
   for (size_t i = 0; i < a.size(); ++i) ASSERT_NEAR(a[i], b[i], kToneTolerance) << "at " << i;
+  ExpectStereoTone(a, 44100.0, 997.0);
   ExpectStereoTone(b, 44100.0, 997.0);
 }
 

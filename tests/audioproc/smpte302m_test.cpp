@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/buffer_alloc.h"
+#include "support/library_checks.h"
 
 namespace {
 
@@ -103,34 +103,32 @@ TEST(SMPTE302MDecode, ReservedSampleSizeReadsNothing) {
   EXPECT_EQ(decoder.channelSamples[0][0], 77);
 }
 
-TEST(SMPTE302MEncode, ByteLayoutOfTheWriter) {
-  const int64_t blocks = BufferLiveBlocks();
-  {
-    CAudioFrame frame;
-    frame.audioWordA = 9;
-    std::vector<std::vector<double>> channels = {{0.5, 1.0}, {-1.0, 0.0}};
-    CSMPTE302MDecode::EncodeFrame(channels, 2, 1.0, &frame);
-    // 0.5 * 524287 = 262143.5 -> 0x3FFFF; -1.0 -> -524287 = 0x80001 in 20 bits;
-    // 1.0 -> 0x7FFFF. Bytes low, middle, top nibble, each bit-reversed.
-    const Bytes expected = {0x00, 0x0C, 0x00, 0x10,                                   // 12 bytes, 2 ch, 20 bits
-                            0xFF, 0xFF, 0xC0, 0x80, 0x00, 0x10,                       // 0x3FFFF, 0x80001
-                            0xFF, 0xFF, 0xE0, 0x00, 0x00, 0x00};                      // 0x7FFFF, 0
-    ASSERT_EQ(frame.payloadLength, expected.size());
-    EXPECT_EQ(Bytes(frame.data, frame.data + frame.payloadLength), expected);
-    EXPECT_EQ(frame.audioType, AUDIO_FRAME_SMPTE302M);
-    EXPECT_EQ(frame.audioWordA, 0u);
-    EXPECT_EQ(frame.channels, 2u);
-    EXPECT_EQ(frame.bitsPerSample, 20u);
-    EXPECT_EQ(frame.samplingRate, 48000u);
+// Every frame the writer fills gives its buffer blocks back.
+class SMPTE302MEncode : public corvane::test::LeakCheckedTest {};
 
-    std::vector<std::vector<double>> silence(2, std::vector<double>(256, 0.0));
-    CSMPTE302MDecode::EncodeFrame(silence, 256, 1.0, &frame);
-    EXPECT_EQ(frame.payloadLength, 4u + 1536u);
-  }
-  EXPECT_EQ(BufferLiveBlocks(), blocks);
+TEST_F(SMPTE302MEncode, ByteLayoutOfTheWriter) {
+  CAudioFrame frame;
+  frame.audioWordA = 9;
+  std::vector<std::vector<double>> channels = {{0.5, 1.0}, {-1.0, 0.0}};
+  CSMPTE302MDecode::EncodeFrame(channels, 2, 1.0, &frame);
+  // 0.5 * 524287 = 262143.5 -> 0x3FFFF; -1.0 -> -524287 = 0x80001 in 20 bits;
+  // 1.0 -> 0x7FFFF. Bytes low, middle, top nibble, each bit-reversed.
+  const Bytes expected = {0x00, 0x0C, 0x00, 0x10,              // 12 bytes, 2 ch, 20 bits
+                          0xFF, 0xFF, 0xC0, 0x80, 0x00, 0x10,  // 0x3FFFF, 0x80001
+                          0xFF, 0xFF, 0xE0, 0x00, 0x00, 0x00};  // 0x7FFFF, 0
+  EXPECT_EQ(Bytes(frame.data, frame.data + frame.payloadLength), expected);
+  EXPECT_EQ(frame.audioType, AUDIO_FRAME_SMPTE302M);
+  EXPECT_EQ(frame.audioWordA, 0u);
+  EXPECT_EQ(frame.channels, 2u);
+  EXPECT_EQ(frame.bitsPerSample, 20u);
+  EXPECT_EQ(frame.samplingRate, 48000u);
+
+  std::vector<std::vector<double>> silence(2, std::vector<double>(256, 0.0));
+  CSMPTE302MDecode::EncodeFrame(silence, 256, 1.0, &frame);
+  EXPECT_EQ(frame.payloadLength, 4u + 1536u);
 }
 
-TEST(SMPTE302MEncode, DecodeOfEncodeGivesTheTwentyBitValues) {
+TEST_F(SMPTE302MEncode, DecodeOfEncodeGivesTheTwentyBitValues) {
   std::mt19937 rng(302);
   std::uniform_real_distribution<double> sample(-1.0, 1.0);
   std::vector<std::vector<double>> channels(2, std::vector<double>(1000));
@@ -163,7 +161,7 @@ TEST(SMPTE302MEncode, DecodeOfEncodeGivesTheTwentyBitValues) {
   EXPECT_EQ(decoded[1][0], -8388592.0 / 8388607.0);
 }
 
-TEST(SMPTE302MEncode, LongBlocksBecomeSeveralUnits) {
+TEST_F(SMPTE302MEncode, LongBlocksBecomeSeveralUnits) {
   std::vector<std::vector<double>> channels(2, std::vector<double>(12000, 0.25));
   CAudioFrame frame;
   CSMPTE302MDecode::EncodeFrame(channels, 12000, 1.0, &frame);

@@ -47,24 +47,13 @@ TEST(ChromatecTest, SteadyToneSettlesAtTheMixsRms) {
   EXPECT_NEAR(twoChannels - oneChannel, 20.0 * std::log10(2.0), 0.05);
 }
 
-TEST(ChromatecTest, TheReadingIsAMaximumUntilReset) {
+TEST(ChromatecTest, ResetForgetsTheReadingAndTheFiltersInput) {
   CChromatecMeter meter;
-  const double loud = meter.Process(Block{Sine(6 * 48000, 0.5, 1000.0)});
-  // The filter lags by up to a hop: the tone's last part comes out with the silence.
-  const double lag = meter.Process(Block{std::vector<double>(kHop, 0.0)});
-  const double after = meter.Process(Block{std::vector<double>(10 * 48000, 0.0)});
-  EXPECT_GE(lag, loud);
-  EXPECT_EQ(after, lag);
+  EXPECT_GT(meter.Process(Block{Sine(6 * 48000, 0.5, 1000.0)}), -20.0);
   meter.Reset();
   EXPECT_EQ(meter.MaxLevel(), -96.0);
-  // After a reset the filter holds nothing: one block short of a hop gives no level.
+  // One block short of a hop would complete one if the filter still held input.
   EXPECT_EQ(meter.Process(Block{std::vector<double>(kHop - 1, 0.5)}), -INFINITY);
-}
-
-TEST(ChromatecTest, SelfTestReadsTheTonesLevel) {
-  // Ten one-second tones at -22 dB in both channels, each followed by a second
-  // of near-silence: the stereo mix has the RMS of the tone's amplitude.
-  EXPECT_NEAR(CAudioPeakLevel::TestPeakLevel(MEASUREMENT_CHROMATEC), -22.1, 0.3);
 }
 
 // The meter's rules one sample at a time, on a filter of its own built from

@@ -3,8 +3,6 @@
 #include <sndfile.h>
 
 #include <cstdlib>
-#include <fstream>
-#include <sstream>
 
 #include "measurement/audio_bs1770.h"
 #include "signals.h"
@@ -48,13 +46,6 @@ double JsonValue(const std::string& json, const std::string& key) {
   return std::strtod(json.c_str() + at + key.size() + 4, nullptr);
 }
 
-std::string ReadFile(const std::string& path) {
-  std::ifstream file(path);
-  std::stringstream text;
-  text << file.rdbuf();
-  return text.str();
-}
-
 TEST(MeasurementToolTest, LoudnessJsonOfAStereoTone) {
   TempFolder folder;
   const Block tone = Copies(Sine(10 * 48000, DbToAmplitude(-23.0), 1000.0), 2);
@@ -92,13 +83,13 @@ TEST(MeasurementToolTest, GatingOptionsCurveAndPlot) {
   EXPECT_NEAR(JsonValue(gated.output, "integrated_lkfs"), -20.0, 3.0);
   EXPECT_EQ(JsonValue(ungated.output, "integrated_lkfs"), -128.0);  // gating off: no gated figure
 
-  const std::string text = ReadFile(curve);
+  const std::string text = ReadText(curve);
   EXPECT_EQ(text.rfind("sample, lkfs, peak\n0, -128.00, 0.00\n", 0), 0u);
   // 5.002 s make 251 sub-blocks of 20 ms, the last unfinished: 51 points of 100 ms.
   EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 1 + 51);
   EXPECT_NE(text.find("\n50, -"), std::string::npos);
 
-  const std::string svg = ReadFile(plot);
+  const std::string svg = ReadText(plot);
   EXPECT_EQ(svg.rfind("<svg xmlns=\"http://www.w3.org/2000/svg\"", 0), 0u);
   EXPECT_EQ(svg.substr(svg.size() - 7), "</svg>\n");
   size_t polylines = 0;
@@ -135,6 +126,8 @@ TEST(MeasurementToolTest, SelfTestPrintsEveryTest) {
   for (const char* name : {"PPMIIa", "VU", "True Peak", "Chromatec", "Simple"}) {
     EXPECT_NE(result.output.find(std::string("TestPeakLevel ") + name), std::string::npos) << name;
   }
+  // Ten one-second tones at -22 dB in both channels, each followed by a second
+  // of near-silence: the stereo mix has the RMS of the tone's amplitude.
   EXPECT_NE(result.output.find("Chromatec   -22.10"), std::string::npos) << result.output;
   EXPECT_NE(result.output.find("TestCAudioBS1770"), std::string::npos);
   EXPECT_NE(result.output.find("TestFilter"), std::string::npos);
@@ -142,31 +135,23 @@ TEST(MeasurementToolTest, SelfTestPrintsEveryTest) {
 
 TEST(MeasurementToolTest, FilesThatCannotBeMeasured) {
   TempFolder folder;
-  const std::string text = folder.Write("notes.wav", "these are not samples\n");
-  ProcessResult result = Tool(folder, "loudness '" + text + "'");
-  EXPECT_EQ(result.exitStatus, 1);
-  EXPECT_NE(result.output.find("corvane loudness: " + text + ": "), std::string::npos) << result.output;
-
+  const std::string notes = folder.Write("notes.wav", "these are not samples\n");
   const std::string empty = WriteWav(folder, "empty.wav", Block{std::vector<double>()});
-  result = Tool(folder, "meter --type vu '" + empty + "'");
-  EXPECT_EQ(result.exitStatus, 1);
-  EXPECT_NE(result.output.find(empty + ": holds no audio samples"), std::string::npos) << result.output;
-
   const std::string wide = WriteWav(folder, "wide.wav", Copies(std::vector<double>(100, 0.0), 7));
-  result = Tool(folder, "loudness '" + wide + "'");
-  EXPECT_EQ(result.exitStatus, 1);
-  EXPECT_NE(result.output.find(wide + ": loudness is measured on 1 to 6 channels"), std::string::npos) << result.output;
-
   const std::string slow = WriteWav(folder, "slow.wav", Block{std::vector<double>(800, 0.1)}, 800);
-  result = Tool(folder, "meter --type ppm '" + slow + "'");
-  EXPECT_EQ(result.exitStatus, 1);
-  EXPECT_NE(result.output.find(slow + ": a sampling rate of 800 Hz is too low"), std::string::npos) << result.output;
-
-  result = Tool(folder, "loudness '" + folder.Path() + "/missing.wav'");
-  EXPECT_EQ(result.exitStatus, 1);
-  result = Tool(folder, "meter --type nine '" + empty + "'");
-  EXPECT_EQ(result.exitStatus, 1);
-  EXPECT_NE(result.output.find("--type takes"), std::string::npos);
+  const std::pair<std::string, std::string> cases[] = {
+      {"loudness '" + notes + "'", "corvane loudness: " + notes + ": "},
+      {"meter --type vu '" + empty + "'", empty + ": holds no audio samples"},
+      {"loudness '" + wide + "'", wide + ": loudness is measured on 1 to 6 channels"},
+      {"meter --type ppm '" + slow + "'", slow + ": a sampling rate of 800 Hz is too low"},
+      {"loudness '" + folder.Path() + "/missing.wav'", "/missing.wav"},
+      {"meter --type nine '" + empty + "'", "--type takes"},
+  };
+  for (const auto& [arguments, message] : cases) {
+    const ProcessResult result = Tool(folder, arguments);
+    EXPECT_EQ(result.exitStatus, 1) << arguments;
+    EXPECT_NE(result.output.find(message), std::string::npos) << result.output;
+  }
 }
 
 }  // namespace

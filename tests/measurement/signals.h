@@ -4,7 +4,10 @@
 
 #include <cmath>
 #include <cstdint>
+#include <fstream>
 #include <random>
+#include <sstream>
+#include <string>
 #include <vector>
 
 #include "measurement/audio_peak_level.h"
@@ -109,6 +112,13 @@ inline std::vector<short> History(NS_AudioMeasurement::CAudioPeakLevel& meter, i
   std::vector<short> points;
   meter.GetLevelHistory(milliseconds, points);
   return points;
+}
+
+// The whole of a text file the code under test wrote.
+inline std::string ReadText(const std::string& path) {
+  std::stringstream text;
+  text << std::ifstream(path).rdbuf();
+  return text.str();
 }
 
 }  // namespace measurement_test

@@ -74,15 +74,7 @@ TEST(TruePeakTest, AgreesWithLibebur128OnTonesBetweenTheSamples) {
   }
 }
 
-TEST(TruePeakTest, RandomPiecesAndTheSelfTest) {
-  const Block programme{PinkNoise(48000 + 333, 0.2, 14), WhiteNoise(48000 + 333, 0.4, 15)};
-  CAudioPeakLevel whole(2, 48000, MEASUREMENT_TRUE_PEAK);
-  CAudioPeakLevel pieces(2, 48000, MEASUREMENT_TRUE_PEAK);
-  whole.AddSamples(programme);
-  FeedInRandomPieces(programme, 7000, 21, [&](const Block& piece) { pieces.AddSamples(piece); });
-  EXPECT_EQ(History(pieces), History(whole));
-  EXPECT_EQ(pieces.GetPeakReading(), whole.GetPeakReading());
-
+TEST(TruePeakTest, SelfTestReadsItsTone) {
   // A 5 kHz tone at -10 dB: its crests lie between the samples.
   EXPECT_NEAR(CAudioPeakLevel::TestPeakLevel(MEASUREMENT_TRUE_PEAK), -10.0, kTruePeakTolerance);
 }
