@@ -5,18 +5,20 @@
 #include <cstring>
 #include <vector>
 
-#include "platform/buffer_alloc.h"
+#include "deinterlace/deinterlace_test_support.h"
 
 namespace {
+
+using namespace deinterlace_test;
+
+using BobDeinterlacerTest = LeakCheckedTest;
 
 // Every byte of the block gets its own value, padding included.
 void FillDistinct(CYUVFrame& frame) {
   for (uint32_t i = 0; i < frame.bufferSize; ++i) frame.y[i] = static_cast<uint8_t>(i * 7 + i / 251);
 }
 
-std::vector<uint8_t> Block(const CYUVFrame& frame) { return {frame.y, frame.y + frame.bufferSize}; }
-
-TEST(BobDeinterlacerTest, ProgressiveFrameComesBackByteForByte) {
+TEST_F(BobDeinterlacerTest, ProgressiveFrameComesBackByteForByte) {
   CYUVFrame frame(48, 20, CHROMA_420);
   FillDistinct(frame);
   frame.progressive = true;
@@ -26,21 +28,19 @@ TEST(BobDeinterlacerTest, ProgressiveFrameComesBackByteForByte) {
   EXPECT_EQ(Block(frame), before);
 }
 
-TEST(BobDeinterlacerTest, OddRowsTakeTheRowAboveInLumaOnly) {
+TEST_F(BobDeinterlacerTest, OddRowsTakeTheRowAboveInLumaOnly) {
   CYUVFrame frame(40, 18, CHROMA_420);
   FillDistinct(frame);
   const std::vector<uint8_t> before = Block(frame);
   CBobDeinterlacer bob;
   EXPECT_EQ(bob.DeinterlaceFrame(frame), S_OK);
   EXPECT_TRUE(frame.progressive);
-  const size_t stride = static_cast<size_t>(frame.stride);
   for (int row = 0; row < frame.paddedHeight; ++row) {
     const int source = row < frame.height ? row & ~1 : row;
     for (int x = 0; x < frame.stride; ++x) {
       // Padding columns keep their bytes; visible columns of odd rows copy the even row.
-      const size_t expected = static_cast<size_t>(x < frame.width ? source : row) * stride + static_cast<size_t>(x);
-      ASSERT_EQ(frame.y[static_cast<size_t>(row) * stride + static_cast<size_t>(x)], before[expected])
-          << "row " << row << " column " << x;
+      const int expected = (x < frame.width ? source : row) * frame.stride + x;
+      ASSERT_EQ(Y(frame, x, row), before[static_cast<size_t>(expected)]) << "row " << row << " column " << x;
     }
   }
   const size_t chromaBytes = 2 * static_cast<size_t>(frame.chromaPlaneSize);
@@ -52,19 +52,15 @@ TEST(BobDeinterlacerTest, OddRowsTakeTheRowAboveInLumaOnly) {
   EXPECT_EQ(frame.y[frame.stride], once[static_cast<size_t>(frame.stride)]);
 }
 
-TEST(BobDeinterlacerTest, OddHeightCopiesTheLastRowOntoThePadding) {
-  const int64_t blocks = LargeBufferLiveBlocks();
-  {
-    CYUVFrame frame(16, 5, CHROMA_420);
-    FillDistinct(frame);
-    CBobDeinterlacer bob;
-    CBobDeinterlacer copy(bob);
-    copy = bob;
-    copy.DeinterlaceFrame(frame);
-    EXPECT_EQ(0, std::memcmp(frame.y + 5 * 16, frame.y + 4 * 16, 16));
-    EXPECT_NE(frame.y[6 * 16], frame.y[4 * 16]) << "only the row below the last one is written";
-  }
-  EXPECT_EQ(LargeBufferLiveBlocks(), blocks);
+TEST_F(BobDeinterlacerTest, OddHeightCopiesTheLastRowOntoThePadding) {
+  CYUVFrame frame(16, 5, CHROMA_420);
+  FillDistinct(frame);
+  CBobDeinterlacer bob;
+  CBobDeinterlacer copy(bob);
+  copy = bob;
+  copy.DeinterlaceFrame(frame);
+  EXPECT_EQ(0, std::memcmp(frame.y + 5 * 16, frame.y + 4 * 16, 16));
+  EXPECT_NE(frame.y[6 * 16], frame.y[4 * 16]) << "only the row below the last one is written";
 }
 
 }  // namespace
