@@ -154,9 +154,10 @@ int SubstituteCode(int code, int srcWidth, int srcHeight) {
 // plus 3, since n boxes of width r cover no more than n r + 2n indices and
 // n <= (source length) / r + 1. The source row holds the source columns that
 // a row of the destination reads: the source rectangle's width, plus the
-// taps of the kernel that reach past its ends.
+// taps of the kernel that reach past its ends. Supersampling also keeps the
+// bounds and windows of one axis's boxes while it builds that axis.
 struct BufferPlan {
-  size_t xStart, xWeight, yStart, yWeight, sourceRow, ring, accumulator;
+  size_t xStart, xWeight, yStart, yWeight, sourceRow, ring, accumulator, boxBounds, boxWindows;
   int64_t total;
   int ringRows;
 };
@@ -184,6 +185,11 @@ BufferPlan PlanBuffer(const PlaneRect& srcRect, const PlaneRect& dstRect, int co
   plan.sourceRow = take(4 * (int64_t{srcRect.width} + kSourceRowMargin));
   plan.ring = take(4 * int64_t{plan.ringRows} * dstRect.width);
   plan.accumulator = take(4 * int64_t{dstRect.width});
+  if (code == PrimInterSuper) {
+    const int64_t longer = std::max(dstRect.width, dstRect.height);
+    plan.boxBounds = take(8 * (longer + 1));
+    plan.boxWindows = take(16 * longer);
+  }
   plan.total = at;
   return plan;
 }
@@ -273,32 +279,42 @@ struct Box {
   }
 };
 
-Box BoxOf(int64_t x, double factor, double shift) {
-  return {SnapToWhole((x - shift) / factor), SnapToWhole((x + 1 - shift) / factor)};
+// The indices that a box covers by more than 1e-7: its whole indices less
+// the ones at either end that it only grazes.
+struct Window {
+  int64_t first, last;
+};
+
+Window CoveredIndices(const Box& box) {
+  int64_t first = box.First(), last = box.End() - 1;
+  while (first < last && box.Cover(first) == 0) ++first;
+  while (last > first && box.Cover(last) == 0) --last;
+  return {first, last};
 }
 
 // Supersampling: destination index X averages the source over
 // [(X - shift) / factor, (X + 1 - shift) / factor); the parts of a box outside
 // the clipped source rectangle [lo, hi) count as its nearest edge pixel.
-void BuildBoxAxis(AxisFilter& axis, Span span, double factor, double shift, int lo, int hi) {
+// Neighbouring boxes share a bound, so the bounds are worked out once, into
+// `bounds` (count + 1 of them), and the windows once, into `windows`.
+void BuildBoxAxis(AxisFilter& axis, Span span, double factor, double shift, int lo, int hi, double* bounds,
+                  Window* windows) {
   axis.count = static_cast<int>(span.end - span.first);
+  for (int i = 0; i <= axis.count; ++i) bounds[i] = SnapToWhole((span.first + i - shift) / factor);
   int taps = 1;
   for (int i = 0; i < axis.count; ++i) {
-    const Box box = BoxOf(span.first + i, factor, shift);
-    int64_t first = box.First(), last = box.End() - 1;
-    while (first < last && box.Cover(first) == 0) ++first;
-    while (last > first && box.Cover(last) == 0) --last;
-    const int64_t window = std::clamp<int64_t>(last, lo, hi - 1) - std::clamp<int64_t>(first, lo, hi - 1) + 1;
+    const Window w = CoveredIndices({bounds[i], bounds[i + 1]});
+    windows[i] = w;
+    const int64_t window = std::clamp<int64_t>(w.last, lo, hi - 1) - std::clamp<int64_t>(w.first, lo, hi - 1) + 1;
     taps = std::max(taps, static_cast<int>(window));
   }
   axis.taps = taps;
   std::fill_n(axis.weight, static_cast<size_t>(axis.count) * axis.taps, 0.0f);
   for (int i = 0; i < axis.count; ++i) {
-    const Box box = BoxOf(span.first + i, factor, shift);
-    int64_t first = box.First();
-    while (first < box.End() - 1 && box.Cover(first) == 0) ++first;
-    FillWindow(axis, i, std::clamp<int64_t>(first, lo, hi - 1), lo, hi, [&](auto add) {
-      for (int64_t index = first; index < box.End(); ++index) {
+    const Box box{bounds[i], bounds[i + 1]};
+    const Window w = windows[i];
+    FillWindow(axis, i, std::clamp<int64_t>(w.first, lo, hi - 1), lo, hi, [&](auto add) {
+      for (int64_t index = w.first; index <= w.last; ++index) {
         if (const double cover = box.Cover(index); cover > 0) add(index, cover);
       }
     });
@@ -571,8 +587,10 @@ int ResizePlaneWith(const ResizeRowKernels& kernels, const uint8_t* src, int src
   AxisFilter y{0, 0, reinterpret_cast<int32_t*>(buffer + plan.yStart), reinterpret_cast<float*>(buffer + plan.yWeight)};
   uint8_t* target = dst + rows.first * static_cast<ptrdiff_t>(dstStep) + columns.first;
   if (requested == PrimInterSuper) {
-    BuildBoxAxis(x, columns, xFactor, xShift, srcRect.x, srcRect.x + clippedWidth);
-    BuildBoxAxis(y, rows, yFactor, yShift, srcRect.y, srcRect.y + clippedHeight);
+    auto* bounds = reinterpret_cast<double*>(buffer + plan.boxBounds);
+    auto* windows = reinterpret_cast<Window*>(buffer + plan.boxWindows);
+    BuildBoxAxis(x, columns, xFactor, xShift, srcRect.x, srcRect.x + clippedWidth, bounds, windows);
+    BuildBoxAxis(y, rows, yFactor, yShift, srcRect.y, srcRect.y + clippedHeight, bounds, windows);
     const auto scale = static_cast<float>(xFactor * yFactor);
     ResizeBySupersampling(kernels, src, srcStep, x, y, target, dstStep, scale, buffer, plan);
   } else {
