@@ -410,7 +410,7 @@ void StoreRow(const float* __restrict accumulator, float scale, uint8_t* __restr
 
 }  // namespace
 
-const ResizeRowKernels kResizeRowsC = {WidenRow, FilterRow, AddRows<uint8_t>, AddRows<float>, StoreRow};
+const ResizeRowKernels kResizeRowsC = {WidenRow, FilterRow, AddRows<uint8_t>, AddRows<float>, StoreRow, nullptr};
 
 namespace {
 
@@ -511,6 +511,49 @@ void ResizeByKernel(const ResizeRowKernels& kernels, const uint8_t* src, int src
   }
 }
 
+// The taps of a destination row with nonzero weight, as whole units of the
+// power of two `unit`, when they are that: the weights of boxes whose bounds
+// fall on halves, quarters, ... of a source row (a factor of 4/9 gives
+// weights 1/4, 1/2, 3/4 and 1). Then every product and partial sum of bytes
+// and weights is a multiple of the unit below 2^24 units, which single
+// precision holds exactly, so the sum comes out the same in any order and
+// may be taken in integers.
+struct RowsInUnits {
+  const uint8_t* rows[kMaxRowsInUnits];
+  int8_t units[kMaxRowsInUnits];
+  int count = 0;
+  float unit = 1.0f;
+};
+
+template <typename RowSource>
+bool InUnits(const AxisFilter& y, int i, const RowSource& rowOf, RowsInUnits& out) {
+  float weights[kMaxRowsInUnits];
+  for (int k = 0; k < y.taps; ++k) {
+    const float weight = y.Weight(i, k);
+    if (weight == 0) continue;
+    if (out.count == kMaxRowsInUnits || !(weight > 0)) return false;
+    weights[out.count] = weight;
+    out.rows[out.count++] = rowOf(y.start[i] + k);
+  }
+  // The coarsest unit first: 1, 1/2, ..., 1/64.
+  for (int shift = 0; (1 << shift) <= kMaxUnitsPerWeight; ++shift) {
+    const float perWeight = std::ldexp(1.0f, shift);
+    int total = 0;
+    bool whole = true;
+    for (int k = 0; k < out.count && whole; ++k) {
+      const float units = weights[k] * perWeight;
+      whole = units == std::floor(units) && units <= kMaxUnitsPerWeight;
+      out.units[k] = static_cast<int8_t>(units);
+      total += out.units[k];
+    }
+    if (whole && total <= kMaxUnitsPerSum) {
+      out.unit = std::ldexp(1.0f, -shift);
+      return true;
+    }
+  }
+  return false;
+}
+
 // Destination row after row: the box's rows summed column by column, then
 // the columns of each box, times the product of the factors.
 void ResizeBySupersampling(const ResizeRowKernels& kernels, const uint8_t* src, int srcStep, const AxisFilter& x,
@@ -520,10 +563,13 @@ void ResizeBySupersampling(const ResizeRowKernels& kernels, const uint8_t* src, 
   float* columns = reinterpret_cast<float*>(buffer + plan.sourceRow);
   float* accumulator = reinterpret_cast<float*>(buffer + plan.accumulator);
   const uint8_t* first = src + span.first;
+  const auto rowOf = [first, srcStep](int r) { return first + static_cast<ptrdiff_t>(r) * srcStep; };
   for (int i = 0; i < y.count; ++i) {
-    SumRows(
-        kernels, y, i, [first, srcStep](int r) { return first + static_cast<ptrdiff_t>(r) * srcStep; }, columns,
-        span.length);
+    if (RowsInUnits inUnits; kernels.addByteRowsInUnits != nullptr && InUnits(y, i, rowOf, inUnits)) {
+      kernels.addByteRowsInUnits(inUnits.rows, inUnits.units, inUnits.count, inUnits.unit, columns, span.length);
+    } else {
+      SumRows(kernels, y, i, rowOf, columns, span.length);
+    }
     FilterRow(kernels, columns, span.first, x, accumulator);
     kernels.store(accumulator, scale, dst + static_cast<ptrdiff_t>(i) * dstStep, x.count);
   }
