@@ -516,8 +516,12 @@ void ResizeByKernel(const ResizeRowKernels& kernels, const uint8_t* src, int src
 // fall on halves, quarters, ... of a source row (a factor of 4/9 gives
 // weights 1/4, 1/2, 3/4 and 1). Then every product and partial sum of bytes
 // and weights is a multiple of the unit below 2^24 units, which single
-// precision holds exactly, so the sum comes out the same in any order and
-// may be taken in integers.
+// precision holds exactly, so the rows' sum comes out the same in any order
+// and may be taken in integers, as a count of units. The horizontal pass and
+// the store then run on sums 1 / unit times as large, with the scale times
+// unit: scaling by a power of two changes no rounding of a product or a sum
+// of normal numbers, and the scaled sum times the scaled scale is the same
+// real number as before, so every byte comes out as from the weighted rows.
 struct RowsInUnits {
   const uint8_t* rows[kMaxRowsInUnits];
   int8_t units[kMaxRowsInUnits];
@@ -565,13 +569,14 @@ void ResizeBySupersampling(const ResizeRowKernels& kernels, const uint8_t* src, 
   const uint8_t* first = src + span.first;
   const auto rowOf = [first, srcStep](int r) { return first + static_cast<ptrdiff_t>(r) * srcStep; };
   for (int i = 0; i < y.count; ++i) {
-    if (RowsInUnits inUnits; kernels.addByteRowsInUnits != nullptr && InUnits(y, i, rowOf, inUnits)) {
-      kernels.addByteRowsInUnits(inUnits.rows, inUnits.units, inUnits.count, inUnits.unit, columns, span.length);
+    RowsInUnits inUnits;
+    if (kernels.addByteRowsInUnits != nullptr && InUnits(y, i, rowOf, inUnits)) {
+      kernels.addByteRowsInUnits(inUnits.rows, inUnits.units, inUnits.count, columns, span.length);
     } else {
       SumRows(kernels, y, i, rowOf, columns, span.length);
     }
     FilterRow(kernels, columns, span.first, x, accumulator);
-    kernels.store(accumulator, scale, dst + static_cast<ptrdiff_t>(i) * dstStep, x.count);
+    kernels.store(accumulator, scale * inUnits.unit, dst + static_cast<ptrdiff_t>(i) * dstStep, x.count);
   }
 }
 

@@ -26,12 +26,11 @@ struct ResizeRowKernels {
                        int count);
   // dst[i] = the int of accumulator[i] * scale + 0.5 (towards zero), clipped to 0..255.
   void (*store)(const float* accumulator, float scale, uint8_t* dst, int count);
-  // accumulator[i] = unit * (units[0] * rows[0][i] + ... + units[rowCount - 1] * rows[rowCount - 1][i]), the sum
-  // taken in integers, for whole units of 1 to 64 that add up to at most 257 (so that the sum stays below 2^16).
-  // Optional (null in the portable set). Where every weight of a row group is a whole number of units of a
-  // power of two, addByteRows adds exactly, and this gives the same floats.
-  void (*addByteRowsInUnits)(const uint8_t* const* rows, const int8_t* units, int rowCount, float unit,
-                             float* accumulator, int count);
+  // accumulator[i] = units[0] * rows[0][i] + ... + units[rowCount - 1] * rows[rowCount - 1][i], the sum taken in
+  // integers, for whole units of 1 to 64 that add up to at most 257 (so that the sum stays below 2^16).
+  // Optional (null in the portable set): see RowsInUnits in resize.cpp for where it stands in for addByteRows.
+  void (*addByteRowsInUnits)(const uint8_t* const* rows, const int8_t* units, int rowCount, float* accumulator,
+                             int count);
 };
 
 // Bounds of addByteRowsInUnits.

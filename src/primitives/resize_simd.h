@@ -57,11 +57,11 @@ inline Floats WidenBytes(const uint8_t* row) {
   }
 }
 
-// out[0..7] = the eight 16-bit words of `words`, unsigned, times `unit`.
-inline void StoreWordsTimes(__m128i words, Floats unit, float* out) {
+// out[0..7] = the eight 16-bit words of `words`, unsigned.
+inline void StoreWordsAsFloats(__m128i words, float* out) {
   const __m256i ints = _mm256_insertf128_si256(_mm256_castsi128_si256(_mm_cvtepu16_epi32(words)),
                                                _mm_unpackhi_epi16(words, _mm_setzero_si128()), 1);
-  StoreFloats(out, _mm256_cvtepi32_ps(ints) * unit);
+  StoreFloats(out, _mm256_cvtepi32_ps(ints));
 }
 
 // Byte q of every word of `words`, as floats (see AddByteBlock).
@@ -119,9 +119,9 @@ inline Floats WidenBytes(const uint8_t* row) { return _mm_cvtepi32_ps(WidenFourT
   for (int j = 0; j < 4; ++j) v[j] = _mm_loadu_ps(p[j]);
 }
 
-inline void StoreWordsTimes(__m128i words, Floats unit, float* out) {
-  StoreFloats(out, _mm_cvtepi32_ps(_mm_cvtepu16_epi32(words)) * unit);
-  StoreFloats(out + 4, _mm_cvtepi32_ps(_mm_unpackhi_epi16(words, _mm_setzero_si128())) * unit);
+inline void StoreWordsAsFloats(__m128i words, float* out) {
+  StoreFloats(out, _mm_cvtepi32_ps(_mm_cvtepu16_epi32(words)));
+  StoreFloats(out + 4, _mm_cvtepi32_ps(_mm_unpackhi_epi16(words, _mm_setzero_si128())));
 }
 
 inline Floats MaskedByte(Floats words, int mask) {
@@ -313,7 +313,7 @@ struct RowPairs {
 };
 
 RowPairs PairRows(const uint8_t* const* rows, const int8_t* units, int rowCount) {
-  RowPairs pairs{};
+  RowPairs pairs;
   pairs.count = (rowCount + 1) / 2;
   for (int p = 0; p < pairs.count; ++p) {
     const bool lone = 2 * p + 1 == rowCount;
@@ -327,9 +327,8 @@ RowPairs PairRows(const uint8_t* const* rows, const int8_t* units, int rowCount)
 
 // kPairs fixes the number of pairs at compile time (0: pairs.count).
 template <int kPairs>
-void AddByteRowsInUnitsWith(const RowPairs& pairs, float unit, float* accumulator, int count) {
+void AddByteRowsInUnitsWith(const RowPairs& pairs, float* accumulator, int count) {
   const int pairCount = kPairs != 0 ? kPairs : pairs.count;
-  const Floats scale = Broadcast(unit);
   for (int i = 0; i + 16 <= count; i += 16) {
     __m128i low = _mm_setzero_si128(), high = _mm_setzero_si128();
     for (int p = 0; p < pairCount; ++p) {
@@ -338,29 +337,29 @@ void AddByteRowsInUnitsWith(const RowPairs& pairs, float unit, float* accumulato
       low = _mm_add_epi16(low, _mm_maddubs_epi16(_mm_unpacklo_epi8(a, b), pairs.units[p]));
       high = _mm_add_epi16(high, _mm_maddubs_epi16(_mm_unpackhi_epi8(a, b), pairs.units[p]));
     }
-    StoreWordsTimes(low, scale, accumulator + i);
-    StoreWordsTimes(high, scale, accumulator + i + 8);
+    StoreWordsAsFloats(low, accumulator + i);
+    StoreWordsAsFloats(high, accumulator + i + 8);
   }
 }
 
-void AddByteRowsInUnitsSimd(const uint8_t* const* rows, const int8_t* units, int rowCount, float unit,
-                            float* accumulator, int count) {
+void AddByteRowsInUnitsSimd(const uint8_t* const* rows, const int8_t* units, int rowCount, float* accumulator,
+                            int count) {
   const RowPairs pairs = PairRows(rows, units, rowCount);
   switch (pairs.count) {
     case 1:
-      AddByteRowsInUnitsWith<1>(pairs, unit, accumulator, count);
+      AddByteRowsInUnitsWith<1>(pairs, accumulator, count);
       break;
     case 2:
-      AddByteRowsInUnitsWith<2>(pairs, unit, accumulator, count);
+      AddByteRowsInUnitsWith<2>(pairs, accumulator, count);
       break;
     default:
-      AddByteRowsInUnitsWith<0>(pairs, unit, accumulator, count);
+      AddByteRowsInUnitsWith<0>(pairs, accumulator, count);
       break;
   }
   for (int i = count - count % 16; i < count; ++i) {
     int sum = 0;
     for (int k = 0; k < rowCount; ++k) sum += units[k] * rows[k][i];
-    accumulator[i] = static_cast<float>(sum) * unit;
+    accumulator[i] = static_cast<float>(sum);
   }
 }
 

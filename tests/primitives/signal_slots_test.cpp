@@ -52,13 +52,23 @@ std::string Describe(const ResizeCase& c) {
          std::to_string(c.dstHeight) + ", factors " + std::to_string(c.xFactor) + " " + std::to_string(c.yFactor);
 }
 
+// Factors and shifts whose boxes start and end on halves, quarters, ... of a
+// pixel, as 1080 to 480 lines does: the variants sum such rows in integers.
+// Up to 16 rows of at most 257 units in all go that way (1/16, and 64/65 in
+// 64ths), more rows (1/17) the general way.
+constexpr double kWholeUnitFactors[] = {0.5,     0.25, 480.0 / 1080, 576.0 / 1080, 2.0 / 3,     0.8,
+                                        1.0 / 3, 1.0,  1.0 / 16,     1.0 / 17,     64.0 / 65};
+constexpr double kWholeUnitShifts[] = {0, 0, 0.5, -0.25, 1};
+
 // Random geometry: widths up to 2000 (mostly small, to keep the sanitizer
 // run short), odd sizes, padded and unpadded strides (an odd padding puts
 // every row but the first off alignment), rectangles inside and across the
-// planes' edges, sub-pixel shifts.
+// planes' edges, sub-pixel shifts, and factors of whole units in a third of
+// the cases.
 ResizeCase RandomResizeCase(std::mt19937& random, int code) {
   auto uniform = [&random](int low, int high) { return std::uniform_int_distribution<int>(low, high)(random); };
   auto real = [&random](double low, double high) { return std::uniform_real_distribution<double>(low, high)(random); };
+  auto pick = [&uniform](const auto& values) { return values[uniform(0, static_cast<int>(std::size(values)) - 1)]; };
   ResizeCase c{};
   c.code = code;
   c.srcWidth = uniform(0, 9) == 0 ? uniform(1, 2000) : uniform(1, 300);
@@ -66,12 +76,19 @@ ResizeCase RandomResizeCase(std::mt19937& random, int code) {
   c.srcPadding = uniform(0, 2) == 0 ? 0 : uniform(1, 37);
   c.srcRect = {uniform(0, c.srcWidth / 4), uniform(0, c.srcHeight / 4), uniform(1, c.srcWidth + 3),
                uniform(1, c.srcHeight + 2)};
-  const bool reduce = code == PrimInterSuper || uniform(0, 1) == 0;
-  c.xFactor = reduce ? real(0.05, 1.0) : real(1.0, 3.0);
-  c.yFactor = reduce ? real(0.1, 1.0) : real(1.0, 3.0);
-  if (uniform(0, 3) == 0) {
-    c.xShift = real(-2, 2);
-    c.yShift = real(-2, 2);
+  if (uniform(0, 2) == 0) {
+    c.xFactor = pick(kWholeUnitFactors);
+    c.yFactor = pick(kWholeUnitFactors);
+    c.xShift = pick(kWholeUnitShifts);
+    c.yShift = pick(kWholeUnitShifts);
+  } else {
+    const bool reduce = code == PrimInterSuper || uniform(0, 1) == 0;
+    c.xFactor = reduce ? real(0.05, 1.0) : real(1.0, 3.0);
+    c.yFactor = reduce ? real(0.1, 1.0) : real(1.0, 3.0);
+    if (uniform(0, 3) == 0) {
+      c.xShift = real(-2, 2);
+      c.yShift = real(-2, 2);
+    }
   }
   c.dstWidth = std::max(1, static_cast<int>(c.srcWidth * c.xFactor) + uniform(0, 5));
   c.dstHeight = std::max(1, static_cast<int>(c.srcHeight * c.yFactor) + uniform(0, 3));
@@ -86,7 +103,7 @@ ResizeCase RandomResizeCase(std::mt19937& random, int code) {
 TEST_P(SignalSlotTest, ResizePlaneGivesTheSameBytes) {
   std::mt19937 random(1000 + GetParam());
   const int codes[] = {PrimInterCubic, PrimInterSuper, PrimInterLinear, PrimInterLanczos, PrimInterCatmullRom};
-  for (int trial = 0; trial < 150; ++trial) {
+  for (int trial = 0; trial < 400; ++trial) {
     const ResizeCase c = RandomResizeCase(random, codes[trial % 5]);
     SCOPED_TRACE(Describe(c));
     TestImage src(c.srcWidth, c.srcHeight, c.srcPadding);
