@@ -408,9 +408,22 @@ void StoreRow(const float* __restrict accumulator, float scale, uint8_t* __restr
   }
 }
 
+// FilterRow and StoreRow a stretch of the row at a time.
+void FilterAndStoreRow(const float* columns, int first, const int32_t* start, const float* weight, int stride,
+                       int count, int taps, float scale, uint8_t* dst) {
+  constexpr int kStretch = 256;
+  float filtered[kStretch];
+  for (int i = 0; i < count; i += kStretch) {
+    const int n = std::min(kStretch, count - i);
+    FilterRow(columns, first, start + i, weight + i, stride, n, taps, filtered);
+    StoreRow(filtered, scale, dst + i, n);
+  }
+}
+
 }  // namespace
 
-const ResizeRowKernels kResizeRowsC = {WidenRow, FilterRow, AddRows<uint8_t>, AddRows<float>, StoreRow, nullptr};
+const ResizeRowKernels kResizeRowsC = {WidenRow, FilterRow,         AddRows<uint8_t>, AddRows<float>,
+                                       StoreRow, FilterAndStoreRow, nullptr};
 
 namespace {
 
@@ -565,7 +578,6 @@ void ResizeBySupersampling(const ResizeRowKernels& kernels, const uint8_t* src, 
                            const BufferPlan& plan) {
   const ColumnSpan span = ColumnsRead(x);
   float* columns = reinterpret_cast<float*>(buffer + plan.sourceRow);
-  float* accumulator = reinterpret_cast<float*>(buffer + plan.accumulator);
   const uint8_t* first = src + span.first;
   const auto rowOf = [first, srcStep](int r) { return first + static_cast<ptrdiff_t>(r) * srcStep; };
   for (int i = 0; i < y.count; ++i) {
@@ -575,8 +587,8 @@ void ResizeBySupersampling(const ResizeRowKernels& kernels, const uint8_t* src, 
     } else {
       SumRows(kernels, y, i, rowOf, columns, span.length);
     }
-    FilterRow(kernels, columns, span.first, x, accumulator);
-    kernels.store(accumulator, scale * inUnits.unit, dst + static_cast<ptrdiff_t>(i) * dstStep, x.count);
+    kernels.filterAndStore(columns, span.first, x.start, x.weight, x.count, x.count, x.taps, scale * inUnits.unit,
+                           dst + static_cast<ptrdiff_t>(i) * dstStep);
   }
 }
 

@@ -26,6 +26,9 @@ struct ResizeRowKernels {
                        int count);
   // dst[i] = the int of accumulator[i] * scale + 0.5 (towards zero), clipped to 0..255.
   void (*store)(const float* accumulator, float scale, uint8_t* dst, int count);
+  // filter, then store of its out[i], in one pass.
+  void (*filterAndStore)(const float* columns, int first, const int32_t* start, const float* weight, int stride,
+                         int count, int taps, float scale, uint8_t* dst);
   // accumulator[i] = units[0] * rows[0][i] + ... + units[rowCount - 1] * rows[rowCount - 1][i], the sum taken in
   // integers, for whole units of 1 to 64 that add up to at most 257 (so that the sum stays below 2^16).
   // Optional (null in the portable set): see RowsInUnits in resize.cpp for where it stands in for addByteRows.

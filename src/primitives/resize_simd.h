@@ -72,13 +72,13 @@ inline Floats MaskedByte(Floats words, int mask) {
 // The ints of sixteen accumulated floats times scale plus one half, packed
 // with signed then unsigned saturation, which clips to 0..255 as the
 // portable clamp does.
-inline __m128i RoundSixteen(const float* accumulator, Floats scale) {
+inline __m128i RoundSixteen(const Floats* sums, Floats scale) {
   const Floats half = Broadcast(0.5f);
-  auto eight = [&](const float* at) {
-    const __m256i v = _mm256_cvttps_epi32(LoadFloats(at) * scale + half);
+  auto eight = [&](Floats sum) {
+    const __m256i v = _mm256_cvttps_epi32(sum * scale + half);
     return _mm_packs_epi32(_mm256_castsi256_si128(v), _mm256_extractf128_si256(v, 1));
   };
-  return _mm_packus_epi16(eight(accumulator), eight(accumulator + 8));
+  return _mm_packus_epi16(eight(sums[0]), eight(sums[1]));
 }
 
 // Pixel order to the order of the byte-block sums (q, q + 4, ...; see
@@ -128,11 +128,11 @@ inline Floats MaskedByte(Floats words, int mask) {
   return _mm_cvtepi32_ps(_mm_castps_si128(_mm_and_ps(words, _mm_castsi128_ps(_mm_set1_epi32(mask)))));
 }
 
-inline __m128i RoundSixteen(const float* accumulator, Floats scale) {
+inline __m128i RoundSixteen(const Floats* sums, Floats scale) {
   const Floats half = Broadcast(0.5f);
-  auto four = [&](const float* at) { return _mm_cvttps_epi32(LoadFloats(at) * scale + half); };
-  const __m128i low = _mm_packs_epi32(four(accumulator), four(accumulator + 4));
-  const __m128i high = _mm_packs_epi32(four(accumulator + 8), four(accumulator + 12));
+  auto four = [&](Floats sum) { return _mm_cvttps_epi32(sum * scale + half); };
+  const __m128i low = _mm_packs_epi32(four(sums[0]), four(sums[1]));
+  const __m128i high = _mm_packs_epi32(four(sums[2]), four(sums[3]));
   return _mm_packus_epi16(low, high);
 }
 
@@ -164,42 +164,75 @@ void WidenRowSimd(const uint8_t* row, float* out, int count) {
   TransposeQuarters(tap[0], tap[1], tap[2], tap[3]);
 }
 
-// kTaps fixes the number of taps at compile time (0: `runtimeTaps`).
+// The filtered values of pixels i to i + kLanes - 1, with kTaps taps (0: runtimeTaps).
 template <int kTaps>
-void FilterRowWithSimd(const float* columns, int first, const int32_t* start, const float* weight, int stride,
-                       int count, int runtimeTaps, float* out) {
+[[gnu::always_inline]] inline Floats FilterLanes(const float* base, const int32_t* start, const float* weight,
+                                                 int stride, int runtimeTaps, int i) {
   const int taps = kTaps != 0 ? kTaps : runtimeTaps;
-  const float* base = columns - first;
-  int i = 0;
-  for (; i + kLanes <= count; i += kLanes) {
-    Floats sum = Broadcast(0.0f);
-    for (int k = 0; k < taps; k += 4) {
-      Floats tap[4];
-      LoadTaps(base, start + i, k, tap);
-      const int group = taps - k < 4 ? taps - k : 4;
-      for (int j = 0; j < group; ++j) sum += LoadFloats(weight + static_cast<ptrdiff_t>(k + j) * stride + i) * tap[j];
-    }
-    StoreFloats(out + i, sum);
+  Floats sum = Broadcast(0.0f);
+  for (int k = 0; k < taps; k += 4) {
+    Floats tap[4];
+    LoadTaps(base, start + i, k, tap);
+    const int group = taps - k < 4 ? taps - k : 4;
+    for (int j = 0; j < group; ++j) sum += LoadFloats(weight + static_cast<ptrdiff_t>(k + j) * stride + i) * tap[j];
   }
-  kResizeRowsC.filter(columns, first, start + i, weight + i, stride, count - i, taps, out + i);
+  return sum;
+}
+
+// A filter row with kTaps taps at compile time (0: `taps`).
+template <int kTaps>
+struct FilterWith {
+  static void Row(const float* columns, int first, const int32_t* start, const float* weight, int stride, int count,
+                  int taps, float* out) {
+    int i = 0;
+    for (; i + kLanes <= count; i += kLanes) StoreFloats(out + i, FilterLanes<kTaps>(columns - first, start, weight, stride, taps, i));
+    kResizeRowsC.filter(columns, first, start + i, weight + i, stride, count - i, taps, out + i);
+  }
+
+  static void RowToBytes(const float* columns, int first, const int32_t* start, const float* weight, int stride,
+                         int count, int taps, float scale, uint8_t* dst) {
+    const Floats s = Broadcast(scale);
+    int i = 0;
+    for (; i + 16 <= count; i += 16) {
+      Floats sums[16 / kLanes];
+      for (int v = 0; v < 16 / kLanes; ++v) {
+        sums[v] = FilterLanes<kTaps>(columns - first, start, weight, stride, taps, i + v * kLanes);
+      }
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + i), RoundSixteen(sums, s));
+    }
+    kResizeRowsC.filterAndStore(columns, first, start + i, weight + i, stride, count - i, taps, scale, dst + i);
+  }
+};
+
+// Calls Kernel<taps>::function(arguments...) for the common numbers of taps.
+template <template <int> class Kernel, typename Function>
+void WithTaps(int taps, Function function) {
+  switch (taps) {
+    case 2:
+      function(Kernel<2>{});
+      break;
+    case 3:
+      function(Kernel<3>{});
+      break;
+    case 4:
+      function(Kernel<4>{});
+      break;
+    default:
+      function(Kernel<0>{});
+      break;
+  }
 }
 
 void FilterRowSimd(const float* columns, int first, const int32_t* start, const float* weight, int stride, int count,
                    int taps, float* out) {
-  switch (taps) {
-    case 2:
-      FilterRowWithSimd<2>(columns, first, start, weight, stride, count, taps, out);
-      break;
-    case 3:
-      FilterRowWithSimd<3>(columns, first, start, weight, stride, count, taps, out);
-      break;
-    case 4:
-      FilterRowWithSimd<4>(columns, first, start, weight, stride, count, taps, out);
-      break;
-    default:
-      FilterRowWithSimd<0>(columns, first, start, weight, stride, count, taps, out);
-      break;
-  }
+  WithTaps<FilterWith>(taps, [&](auto kernel) { kernel.Row(columns, first, start, weight, stride, count, taps, out); });
+}
+
+void FilterAndStoreRowSimd(const float* columns, int first, const int32_t* start, const float* weight, int stride,
+                           int count, int taps, float scale, uint8_t* dst) {
+  WithTaps<FilterWith>(taps, [&](auto kernel) {
+    kernel.RowToBytes(columns, first, start, weight, stride, count, taps, scale, dst);
+  });
 }
 
 inline Floats LoadLanes(const uint8_t* row) { return WidenBytes(row); }
@@ -298,7 +331,11 @@ void AddRowsSimd(const T* const* rows, const float* weights, int rowCount, bool 
 void StoreRowSimd(const float* accumulator, float scale, uint8_t* dst, int count) {
   const Floats s = Broadcast(scale);
   int i = 0;
-  for (; i + 16 <= count; i += 16) _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + i), RoundSixteen(accumulator + i, s));
+  for (; i + 16 <= count; i += 16) {
+    Floats sums[16 / kLanes];
+    for (int v = 0; v < 16 / kLanes; ++v) sums[v] = LoadFloats(accumulator + i + v * kLanes);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + i), RoundSixteen(sums, s));
+  }
   kResizeRowsC.store(accumulator + i, scale, dst + i, count - i);
 }
 
@@ -363,8 +400,9 @@ void AddByteRowsInUnitsSimd(const uint8_t* const* rows, const int8_t* units, int
   }
 }
 
-constexpr ResizeRowKernels kResizeRowsSimd = {WidenRowSimd,         FilterRowSimd, AddRowsSimd<uint8_t>,
-                                              AddRowsSimd<float>,   StoreRowSimd,  AddByteRowsInUnitsSimd};
+constexpr ResizeRowKernels kResizeRowsSimd = {
+    WidenRowSimd, FilterRowSimd, AddRowsSimd<uint8_t>, AddRowsSimd<float>, StoreRowSimd, FilterAndStoreRowSimd,
+    AddByteRowsInUnitsSimd};
 
 }  // namespace
 
