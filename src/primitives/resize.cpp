@@ -553,18 +553,16 @@ bool InUnits(const AxisFilter& y, int i, const RowSource& rowOf, RowsInUnits& ou
     out.rows[out.count++] = rowOf(y.start[i] + k);
   }
   // The coarsest unit first: 1, 1/2, ..., 1/64.
-  for (int shift = 0; (1 << shift) <= kMaxUnitsPerWeight; ++shift) {
-    const float perWeight = std::ldexp(1.0f, shift);
-    int total = 0;
-    bool whole = true;
-    for (int k = 0; k < out.count && whole; ++k) {
+  for (float perWeight = 1; perWeight <= kMaxUnitsPerWeight; perWeight *= 2) {
+    int total = 0, k = 0;
+    for (; k < out.count; ++k) {
       const float units = weights[k] * perWeight;
-      whole = units == std::floor(units) && units <= kMaxUnitsPerWeight;
+      if (!(units <= kMaxUnitsPerWeight) || units != static_cast<float>(static_cast<int>(units))) break;
       out.units[k] = static_cast<int8_t>(units);
       total += out.units[k];
     }
-    if (whole && total <= kMaxUnitsPerSum) {
-      out.unit = std::ldexp(1.0f, -shift);
+    if (k == out.count && total <= kMaxUnitsPerSum) {
+      out.unit = 1 / perWeight;
       return true;
     }
   }
