@@ -313,6 +313,14 @@ void BuildBoxAxis(AxisFilter& axis, Span span, double factor, double shift, int 
   for (int i = 0; i < axis.count; ++i) {
     const Box box{bounds[i], bounds[i + 1]};
     const Window w = windows[i];
+    if (lo <= w.first && w.last < hi && w.first <= hi - taps) {
+      // The window lies inside the source and is its own: each index has its own weight.
+      axis.start[i] = static_cast<int32_t>(w.first);
+      for (int64_t index = w.first; index <= w.last; ++index) {
+        axis.Weight(i, static_cast<int>(index - w.first)) = static_cast<float>(box.Cover(index));
+      }
+      continue;
+    }
     FillWindow(axis, i, std::clamp<int64_t>(w.first, lo, hi - 1), lo, hi, [&](auto add) {
       for (int64_t index = w.first; index <= w.last; ++index) {
         if (const double cover = box.Cover(index); cover > 0) add(index, cover);
