@@ -105,7 +105,6 @@ using Floats = __m128;
 constexpr int kLanes = 4;
 
 inline Floats LoadFloats(const float* p) { return _mm_loadu_ps(p); }
-inline Floats LoadWords(const uint8_t* p) { return _mm_loadu_ps(reinterpret_cast<const float*>(p)); }
 inline void StoreFloats(float* p, Floats v) { _mm_storeu_ps(p, v); }
 inline Floats Broadcast(float x) { return _mm_set1_ps(x); }
 
@@ -124,10 +123,6 @@ inline void StoreWordsAsFloats(__m128i words, float* out) {
   StoreFloats(out + 4, _mm_cvtepi32_ps(_mm_unpackhi_epi16(words, _mm_setzero_si128())));
 }
 
-inline Floats MaskedByte(Floats words, int mask) {
-  return _mm_cvtepi32_ps(_mm_castps_si128(_mm_and_ps(words, _mm_castsi128_ps(_mm_set1_epi32(mask)))));
-}
-
 inline __m128i RoundSixteen(const Floats* sums, Floats scale) {
   const Floats half = Broadcast(0.5f);
   auto four = [&](Floats sum) { return _mm_cvttps_epi32(sum * scale + half); };
@@ -136,15 +131,6 @@ inline __m128i RoundSixteen(const Floats* sums, Floats scale) {
   return _mm_packus_epi16(low, high);
 }
 
-inline void ScatterBlock(const float* natural, Floats* sum) {
-  for (int q = 0; q < 4; ++q) sum[q] = _mm_loadu_ps(natural + 4 * q);
-  TransposeQuarters(sum[0], sum[1], sum[2], sum[3]);
-}
-
-inline void GatherBlock(Floats* sum, float* natural) {
-  TransposeQuarters(sum[0], sum[1], sum[2], sum[3]);
-  for (int q = 0; q < 4; ++q) _mm_storeu_ps(natural + 4 * q, sum[q]);
-}
 #endif
 
 // --- Kernels ---
@@ -238,8 +224,9 @@ void FilterAndStoreRowSimd(const float* columns, int first, const int32_t* start
 inline Floats LoadLanes(const uint8_t* row) { return WidenBytes(row); }
 inline Floats LoadLanes(const float* row) { return LoadFloats(row); }
 
+#ifdef __AVX__
 // Byte rows 4 * kLanes pixels at a time without shuffles, which AVX has only
-// on one port. A block is read as kLanes 32-bit words; masking byte q of
+// on one port (with SSE4.1 the 4 by 4 transposes cost more than they save). A block is read as kLanes 32-bit words; masking byte q of
 // every word and converting gives pixels q, q + 4, ... times 2^(8q), exactly,
 // and the weight takes the 2^(-8q) instead, which leaves every product as it
 // was: scaling by a power of two changes no rounding while weight and
@@ -289,6 +276,7 @@ int AddByteBlocks(const uint8_t* const* r, const float* weights, float* accumula
   }
   return i;
 }
+#endif
 
 template <int kRows, bool kAdd, typename T>
 void AddWeightedRowsSimd(const T* const* rows, const float* weights, float* accumulator, int count) {
@@ -298,7 +286,9 @@ void AddWeightedRowsSimd(const T* const* rows, const float* weights, float* accu
   const T* r[kRows];
   for (int k = 0; k < kRows; ++k) r[k] = rows[k];
   int i = 0;
+#ifdef __AVX__
   if constexpr (sizeof(T) == 1) i = AddByteBlocks<kRows, kAdd>(r, weights, accumulator, count);
+#endif
   for (; i + kLanes <= count; i += kLanes) {
     Floats sum = w[0] * LoadLanes(r[0] + i);
     if constexpr (kAdd) sum = LoadFloats(accumulator + i) + sum;
