@@ -157,7 +157,7 @@ int SubstituteCode(int code, int srcWidth, int srcHeight) {
 // taps of the kernel that reach past its ends. Supersampling also keeps the
 // bounds and windows of one axis's boxes while it builds that axis.
 struct BufferPlan {
-  size_t xStart, xWeight, yStart, yWeight, sourceRow, ring, accumulator, boxBounds, boxWindows;
+  size_t xStart, xWeight, yStart, yWeight, sourceRow, ring, accumulator, boxBounds, boxWindows, byteGathers;
   int64_t total;
   int ringRows;
 };
@@ -185,6 +185,7 @@ BufferPlan PlanBuffer(const PlaneRect& srcRect, const PlaneRect& dstRect, int co
   plan.sourceRow = take(4 * (int64_t{srcRect.width} + kSourceRowMargin));
   plan.ring = take(4 * int64_t{plan.ringRows} * dstRect.width);
   plan.accumulator = take(4 * int64_t{dstRect.width});
+  if (code != PrimInterSuper) plan.byteGathers = take(int64_t{sizeof(ByteGather)} * (dstRect.width / 4));
   if (code == PrimInterSuper) {
     const int64_t longer = std::max(dstRect.width, dstRect.height);
     plan.boxBounds = take(8 * (longer + 1));
@@ -431,7 +432,7 @@ void FilterAndStoreRow(const float* columns, int first, const int32_t* start, co
 }  // namespace
 
 const ResizeRowKernels kResizeRowsC = {WidenRow, FilterRow,         AddRows<uint8_t>, AddRows<float>,
-                                       StoreRow, FilterAndStoreRow, nullptr};
+                                       StoreRow, FilterAndStoreRow, nullptr,          nullptr};
 
 namespace {
 
@@ -487,22 +488,52 @@ void SumRows(const ResizeRowKernels& kernels, const AxisFilter& y, int i, const 
   if (!group.Empty()) group.AddTo(kernels, accumulator, count, started);
 }
 
+// The byte shuffles of filterBytes for the whole groups of four pixels of
+// the axis, or false when a group's windows do not fit in 16 bytes of a
+// source row `width` bytes long.
+bool BuildByteGathers(const AxisFilter& x, int width, ByteGather* gathers) {
+  constexpr int kGroupBytes = 16;
+  if (x.taps > 4 || width < kGroupBytes) return false;
+  for (int g = 0; g < x.count / 4; ++g) {
+    const int32_t* start = x.start + 4 * g;
+    const int32_t offset = std::min(start[0], width - kGroupBytes);
+    if (start[3] + x.taps - offset > kGroupBytes) return false;
+    gathers[g].offset = offset;
+    for (int k = 0; k < 4; ++k) {
+      for (int lane = 0; lane < 4; ++lane) {
+        uint8_t* mask = gathers[g].masks[k] + 4 * lane;
+        mask[0] = static_cast<uint8_t>(std::min(start[lane] + k - offset, kGroupBytes - 1));
+        mask[1] = mask[2] = mask[3] = 0x80;  // a set high bit makes a zero
+      }
+    }
+  }
+  return true;
+}
+
 // The horizontally filtered source rows: row r lives in slot r mod the
 // number of slots, which holds every row of one destination row at once.
+// Rows are filtered from their bytes through byte gathers where the kernels
+// have them and the windows fit, else widened to floats first.
 class RowRing {
  public:
   RowRing(const ResizeRowKernels& kernels, float* rows, int slots, float* sourceRow, const uint8_t* src, int srcStep,
-          const AxisFilter& x)
+          int srcWidth, const AxisFilter& x, ByteGather* gathers)
       : kernels_(kernels), rows_(rows), slots_(slots), sourceRow_(sourceRow), columns_(ColumnsRead(x)), src_(src),
-        srcStep_(srcStep), x_(x) {
+        srcStep_(srcStep), x_(x), filter_{columns_.first, x.start, x.weight, x.count, x.count, x.taps},
+        gathers_(kernels.filterBytes != nullptr && BuildByteGathers(x, srcWidth, gathers) ? gathers : nullptr) {
     std::fill_n(held_, slots, -1);
   }
   const float* Row(int r) {
     const int slot = r % slots_;
     float* row = rows_ + static_cast<size_t>(slot) * x_.count;
     if (held_[slot] != r) {
-      kernels_.widen(src_ + static_cast<ptrdiff_t>(r) * srcStep_ + columns_.first, sourceRow_, columns_.length);
-      FilterRow(kernels_, sourceRow_, columns_.first, x_, row);
+      const uint8_t* bytes = src_ + static_cast<ptrdiff_t>(r) * srcStep_;
+      if (gathers_ != nullptr) {
+        kernels_.filterBytes(bytes, filter_, gathers_, sourceRow_, row);
+      } else {
+        kernels_.widen(bytes + columns_.first, sourceRow_, columns_.length);
+        FilterRow(kernels_, sourceRow_, columns_.first, x_, row);
+      }
       held_[slot] = r;
     }
     return row;
@@ -517,14 +548,18 @@ class RowRing {
   const uint8_t* src_;
   int srcStep_;
   const AxisFilter& x_;
+  ColumnFilter filter_;
+  const ByteGather* gathers_;
   int held_[6];  // the source row in each slot, -1 for none
 };
 
 // Destination row after row: the ring's rows weighted vertically.
-void ResizeByKernel(const ResizeRowKernels& kernels, const uint8_t* src, int srcStep, const AxisFilter& x,
-                    const AxisFilter& y, uint8_t* dst, int dstStep, uint8_t* buffer, const BufferPlan& plan) {
+void ResizeByKernel(const ResizeRowKernels& kernels, const uint8_t* src, int srcStep, int srcWidth,
+                    const AxisFilter& x, const AxisFilter& y, uint8_t* dst, int dstStep, uint8_t* buffer,
+                    const BufferPlan& plan) {
   RowRing ring(kernels, reinterpret_cast<float*>(buffer + plan.ring), plan.ringRows,
-               reinterpret_cast<float*>(buffer + plan.sourceRow), src, srcStep, x);
+               reinterpret_cast<float*>(buffer + plan.sourceRow), src, srcStep, srcWidth, x,
+               reinterpret_cast<ByteGather*>(buffer + plan.byteGathers));
   float* accumulator = reinterpret_cast<float*>(buffer + plan.accumulator);
   for (int i = 0; i < y.count; ++i) {
     SumRows(kernels, y, i, [&ring](int r) { return ring.Row(r); }, accumulator, x.count);
@@ -666,7 +701,7 @@ int ResizePlaneWith(const ResizeRowKernels& kernels, const uint8_t* src, int src
     const int code = SubstituteCode(requested, srcWidth, srcHeight);
     BuildKernelAxis(x, columns, code, xFactor, xShift, srcWidth);
     BuildKernelAxis(y, rows, code, yFactor, yShift, srcHeight);
-    ResizeByKernel(kernels, src, srcStep, x, y, target, dstStep, buffer, plan);
+    ResizeByKernel(kernels, src, srcStep, srcWidth, x, y, target, dstStep, buffer, plan);
   }
   return PrimStsNoErr;
 }

@@ -10,6 +10,23 @@
 
 #include "primitives/prim_resize.h"
 
+// The horizontal filter of a destination row, as ResizeRowKernels::filter takes it.
+struct ColumnFilter {
+  int first;
+  const int32_t* start;
+  const float* weight;
+  int stride, count, taps;
+};
+
+// Four destination pixels whose windows (of at most 4 taps) lie in the 16
+// bytes of a source row from column `offset`: masks[k] is the byte shuffle
+// that puts each pixel's tap k into the low byte of its 32-bit lane and
+// zeros above it.
+struct alignas(16) ByteGather {
+  uint8_t masks[4][16];
+  int32_t offset;
+};
+
 struct ResizeRowKernels {
   // out[i] = row[i].
   void (*widen)(const uint8_t* row, float* out, int count);
@@ -29,6 +46,11 @@ struct ResizeRowKernels {
   // filter, then store of its out[i], in one pass.
   void (*filterAndStore)(const float* columns, int first, const int32_t* start, const float* weight, int stride,
                          int count, int taps, float scale, uint8_t* dst);
+  // filter on the bytes of a source row (row[n] for columns[n - first]) through gathers[i / 4] for the pixels
+  // of whole groups of four; the others' windows may be widened into `scratch`, which holds a float for every
+  // column the windows cover. Optional (null in the portable set).
+  void (*filterBytes)(const uint8_t* row, const ColumnFilter& x, const ByteGather* gathers, float* scratch,
+                      float* out);
   // accumulator[i] = units[0] * rows[0][i] + ... + units[rowCount - 1] * rows[rowCount - 1][i], the sum taken in
   // integers, for whole units of 1 to 64 that add up to at most 257 (so that the sum stays below 2^16).
   // Optional (null in the portable set): see RowsInUnits in resize.cpp for where it stands in for addByteRows.

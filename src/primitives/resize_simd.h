@@ -64,6 +64,15 @@ inline void StoreWordsAsFloats(__m128i words, float* out) {
   StoreFloats(out, _mm256_cvtepi32_ps(ints));
 }
 
+// Tap k of pixels i to i + 7 (the groups `gathers[0]` and `[1]`), from the
+// bytes of their groups.
+inline Floats GatheredTap(const __m128i* bytes, const ByteGather* gathers, int k) {
+  auto tap = [&](int g) {
+    return _mm_shuffle_epi8(bytes[g], _mm_load_si128(reinterpret_cast<const __m128i*>(gathers[g].masks[k])));
+  };
+  return _mm256_cvtepi32_ps(_mm256_insertf128_si256(_mm256_castsi128_si256(tap(0)), tap(1), 1));
+}
+
 // Byte q of every word of `words`, as floats (see AddByteBlock).
 inline Floats MaskedByte(Floats words, int mask) {
   return _mm256_cvtepi32_ps(_mm256_castps_si256(_mm256_and_ps(words, _mm256_castsi256_ps(_mm256_set1_epi32(mask)))));
@@ -121,6 +130,11 @@ inline Floats WidenBytes(const uint8_t* row) { return _mm_cvtepi32_ps(WidenFourT
 inline void StoreWordsAsFloats(__m128i words, float* out) {
   StoreFloats(out, _mm_cvtepi32_ps(_mm_cvtepu16_epi32(words)));
   StoreFloats(out + 4, _mm_cvtepi32_ps(_mm_unpackhi_epi16(words, _mm_setzero_si128())));
+}
+
+inline Floats GatheredTap(const __m128i* bytes, const ByteGather* gathers, int k) {
+  return _mm_cvtepi32_ps(
+      _mm_shuffle_epi8(bytes[0], _mm_load_si128(reinterpret_cast<const __m128i*>(gathers[0].masks[k]))));
 }
 
 inline __m128i RoundSixteen(const Floats* sums, Floats scale) {
@@ -219,6 +233,42 @@ void FilterAndStoreRowSimd(const float* columns, int first, const int32_t* start
   WithTaps<FilterWith>(taps, [&](auto kernel) {
     kernel.RowToBytes(columns, first, start, weight, stride, count, taps, scale, dst);
   });
+}
+
+// Filters a source row straight from its bytes: each group of four pixels
+// loads the 16 bytes its windows lie in, and one byte shuffle a tap puts the
+// tap's bytes in the lanes, zero-extended, for the conversion to floats.
+// The products and sums are those of FilterLanes on the widened row.
+template <int kTaps>
+struct FilterBytesWith {
+  static constexpr int kGroups = kLanes / 4;
+
+  static void Row(const uint8_t* row, const ColumnFilter& x, const ByteGather* gathers, float* scratch, float* out) {
+    const int taps = kTaps != 0 ? kTaps : x.taps;
+    int i = 0;
+    for (; i + kLanes <= x.count; i += kLanes) {
+      const ByteGather* group = gathers + i / 4;
+      __m128i bytes[kGroups];
+      for (int g = 0; g < kGroups; ++g) {
+        bytes[g] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + group[g].offset));
+      }
+      Floats sum = Broadcast(0.0f);
+      for (int k = 0; k < taps; ++k) {
+        sum += LoadFloats(x.weight + static_cast<ptrdiff_t>(k) * x.stride + i) * GatheredTap(bytes, group, k);
+      }
+      StoreFloats(out + i, sum);
+    }
+    if (i == x.count) return;
+    // The last pixels through the portable kernel, on their columns widened.
+    const int first = x.start[i], end = x.start[x.count - 1] + taps;
+    kResizeRowsC.widen(row + first, scratch, end - first);
+    kResizeRowsC.filter(scratch, first, x.start + i, x.weight + i, x.stride, x.count - i, taps, out + i);
+  }
+};
+
+void FilterBytesSimd(const uint8_t* row, const ColumnFilter& x, const ByteGather* gathers, float* scratch,
+                     float* out) {
+  WithTaps<FilterBytesWith>(x.taps, [&](auto kernel) { kernel.Row(row, x, gathers, scratch, out); });
 }
 
 inline Floats LoadLanes(const uint8_t* row) { return WidenBytes(row); }
@@ -391,8 +441,8 @@ void AddByteRowsInUnitsSimd(const uint8_t* const* rows, const int8_t* units, int
 }
 
 constexpr ResizeRowKernels kResizeRowsSimd = {
-    WidenRowSimd, FilterRowSimd, AddRowsSimd<uint8_t>, AddRowsSimd<float>, StoreRowSimd, FilterAndStoreRowSimd,
-    AddByteRowsInUnitsSimd};
+    WidenRowSimd,          FilterRowSimd,   AddRowsSimd<uint8_t>,  AddRowsSimd<float>, StoreRowSimd,
+    FilterAndStoreRowSimd, FilterBytesSimd, AddByteRowsInUnitsSimd};
 
 }  // namespace
 
