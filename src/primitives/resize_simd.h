@@ -90,6 +90,13 @@ inline __m128i RoundSixteen(const Floats* sums, Floats scale) {
   return _mm_packus_epi16(eight(sums[0]), eight(sums[1]));
 }
 
+// The same for the eight floats of one vector, to dst[0..7].
+inline void StoreRoundedLanes(Floats sum, Floats scale, uint8_t* dst) {
+  const __m256i v = _mm256_cvttps_epi32(sum * scale + Broadcast(0.5f));
+  const __m128i words = _mm_packs_epi32(_mm256_castsi256_si128(v), _mm256_extractf128_si256(v, 1));
+  _mm_storel_epi64(reinterpret_cast<__m128i*>(dst), _mm_packus_epi16(words, words));
+}
+
 // Pixel order to the order of the byte-block sums (q, q + 4, ...; see
 // AddByteBlock), and back.
 inline void ScatterBlock(const float* natural, Floats* sum) {
@@ -143,6 +150,12 @@ inline __m128i RoundSixteen(const Floats* sums, Floats scale) {
   const __m128i low = _mm_packs_epi32(four(sums[0]), four(sums[1]));
   const __m128i high = _mm_packs_epi32(four(sums[2]), four(sums[3]));
   return _mm_packus_epi16(low, high);
+}
+
+inline void StoreRoundedLanes(Floats sum, Floats scale, uint8_t* dst) {
+  const __m128i words = _mm_packs_epi32(_mm_cvttps_epi32(sum * scale + Broadcast(0.5f)), _mm_setzero_si128());
+  const int bytes = _mm_cvtsi128_si32(_mm_packus_epi16(words, words));
+  std::memcpy(dst, &bytes, sizeof bytes);
 }
 
 #endif
@@ -199,6 +212,9 @@ struct FilterWith {
         sums[v] = FilterLanes<kTaps>(columns - first, start, weight, stride, taps, i + v * kLanes);
       }
       _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + i), RoundSixteen(sums, s));
+    }
+    for (; i + kLanes <= count; i += kLanes) {
+      StoreRoundedLanes(FilterLanes<kTaps>(columns - first, start, weight, stride, taps, i), s, dst + i);
     }
     kResizeRowsC.filterAndStore(columns, first, start + i, weight + i, stride, count - i, taps, scale, dst + i);
   }
