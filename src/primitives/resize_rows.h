@@ -3,7 +3,9 @@
 // computed once, in portable code, by ResizePlaneWith; each variant supplies
 // only these loops, and every one of them gives the same floats as the
 // portable kernel: the same products and sums, in the same order, in single
-// precision, with no fused multiply-add.
+// precision, with no fused multiply-add. The optional kernels have no
+// portable counterpart; their comments say why the bytes come out the same
+// where ResizePlaneWith uses them.
 #pragma once
 
 #include <cstdint>
@@ -46,9 +48,9 @@ struct ResizeRowKernels {
   // filter, then store of its out[i], in one pass.
   void (*filterAndStore)(const float* columns, int first, const int32_t* start, const float* weight, int stride,
                          int count, int taps, float scale, uint8_t* dst);
-  // filter on the bytes of a source row (row[n] for columns[n - first]) through gathers[i / 4] for the pixels
-  // of whole groups of four; the others' windows may be widened into `scratch`, which holds a float for every
-  // column the windows cover. Optional (null in the portable set).
+  // filter on the bytes of a source row (row[n] for columns[n - first], the same floats as widened) through
+  // gathers[i / 4] for the pixels of whole groups of four; the others' windows may be widened into `scratch`,
+  // which holds a float for every column the windows cover. Optional (null in the portable set).
   void (*filterBytes)(const uint8_t* row, const ColumnFilter& x, const ByteGather* gathers, float* scratch,
                       float* out);
   // accumulator[i] = units[0] * rows[0][i] + ... + units[rowCount - 1] * rows[rowCount - 1][i], the sum taken in

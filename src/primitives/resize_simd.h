@@ -6,7 +6,7 @@
 // Each lane does the portable kernel's arithmetic for its pixel, in the same
 // order, and single-precision sums and products are written as the vector
 // types' operators, which no slot's flags contract into fused multiply-adds.
-// The last partial vector of a row is left to the portable kernel.
+// The last partial vector of a row is left to the portable kernels.
 #pragma once
 
 #include <immintrin.h>
@@ -26,18 +26,26 @@ __m128i WidenFourToInts(const uint8_t* row) {
   return _mm_cvtepu8_epi32(_mm_cvtsi32_si128(word));
 }
 
+inline __m128i LoadBytes(const uint8_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
+
 #ifdef __AVX__
 using Floats = __m256;
 constexpr int kLanes = 8;
 
 inline Floats LoadFloats(const float* p) { return _mm256_loadu_ps(p); }
-inline Floats LoadWords(const uint8_t* p) { return _mm256_loadu_ps(reinterpret_cast<const float*>(p)); }
 inline void StoreFloats(float* p, Floats v) { _mm256_storeu_ps(p, v); }
 inline Floats Broadcast(float x) { return _mm256_set1_ps(x); }
 
 inline Floats WidenBytes(const uint8_t* row) {
   const __m256i low = _mm256_castsi128_si256(WidenFourToInts(row));
   return _mm256_cvtepi32_ps(_mm256_insertf128_si256(low, WidenFourToInts(row + 4), 1));
+}
+
+// out[0..7] = the eight 16-bit words, unsigned.
+inline void StoreWordsAsFloats(__m128i words, float* out) {
+  const __m256i ints = _mm256_insertf128_si256(_mm256_castsi128_si256(_mm_cvtepu16_epi32(words)),
+                                               _mm_unpackhi_epi16(words, _mm_setzero_si128()), 1);
+  StoreFloats(out, _mm256_cvtepi32_ps(ints));
 }
 
 // Transposes the 4 by 4 blocks of the low halves and of the high halves.
@@ -50,55 +58,80 @@ inline Floats WidenBytes(const uint8_t* row) {
   d = _mm256_shuffle_ps(hi01, hi23, 0xEE);
 }
 
-// The four 128-bit loads at p[0], ..., p[3] in the low halves and at p[4], ..., p[7] in the high halves.
+// The four floats at p[j] in the low half and at p[j + 4] in the high half of v[j].
 [[gnu::always_inline]] inline void LoadQuarters(const float* const* p, Floats* v) {
   for (int j = 0; j < 4; ++j) {
     v[j] = _mm256_insertf128_ps(_mm256_castps128_ps256(_mm_loadu_ps(p[j])), _mm_loadu_ps(p[j + 4]), 1);
   }
 }
 
-// out[0..7] = the eight 16-bit words of `words`, unsigned.
-inline void StoreWordsAsFloats(__m128i words, float* out) {
-  const __m256i ints = _mm256_insertf128_si256(_mm256_castsi128_si256(_mm_cvtepu16_epi32(words)),
-                                               _mm_unpackhi_epi16(words, _mm_setzero_si128()), 1);
-  StoreFloats(out, _mm256_cvtepi32_ps(ints));
-}
-
-// Tap k of pixels i to i + 7 (the groups `gathers[0]` and `[1]`), from the
-// bytes of their groups.
+// Tap k of the pixels of gathers[0] (low half) and gathers[1] (high half),
+// from their 16 bytes each.
 inline Floats GatheredTap(const __m128i* bytes, const ByteGather* gathers, int k) {
-  auto tap = [&](int g) {
-    return _mm_shuffle_epi8(bytes[g], _mm_load_si128(reinterpret_cast<const __m128i*>(gathers[g].masks[k])));
-  };
+  auto tap = [&](int g) { return _mm_shuffle_epi8(bytes[g], LoadBytes(gathers[g].masks[k])); };
   return _mm256_cvtepi32_ps(_mm256_insertf128_si256(_mm256_castsi128_si256(tap(0)), tap(1), 1));
 }
 
-// Byte q of every word of `words`, as floats (see AddByteBlock).
-inline Floats MaskedByte(Floats words, int mask) {
-  return _mm256_cvtepi32_ps(_mm256_castps_si256(_mm256_and_ps(words, _mm256_castsi256_ps(_mm256_set1_epi32(mask)))));
-}
-
-// The ints of sixteen accumulated floats times scale plus one half, packed
-// with signed then unsigned saturation, which clips to 0..255 as the
-// portable clamp does.
+// The ints of sixteen sums times scale plus one half, packed with signed then
+// unsigned saturation, which clips to 0..255 as the portable clamp does.
 inline __m128i RoundSixteen(const Floats* sums, Floats scale) {
-  const Floats half = Broadcast(0.5f);
   auto eight = [&](Floats sum) {
-    const __m256i v = _mm256_cvttps_epi32(sum * scale + half);
+    const __m256i v = _mm256_cvttps_epi32(sum * scale + Broadcast(0.5f));
     return _mm_packs_epi32(_mm256_castsi256_si128(v), _mm256_extractf128_si256(v, 1));
   };
   return _mm_packus_epi16(eight(sums[0]), eight(sums[1]));
 }
 
-// The same for the eight floats of one vector, to dst[0..7].
+// The same for the lanes of one vector, to dst[0..7].
 inline void StoreRoundedLanes(Floats sum, Floats scale, uint8_t* dst) {
   const __m256i v = _mm256_cvttps_epi32(sum * scale + Broadcast(0.5f));
   const __m128i words = _mm_packs_epi32(_mm256_castsi256_si128(v), _mm256_extractf128_si256(v, 1));
   _mm_storel_epi64(reinterpret_cast<__m128i*>(dst), _mm_packus_epi16(words, words));
 }
 
-// Pixel order to the order of the byte-block sums (q, q + 4, ...; see
-// AddByteBlock), and back.
+// Byte rows 32 pixels at a time without shuffles, which AVX has on one port
+// only (with SSE4.1 the 4 by 4 transposes cost more than they save). A block
+// is read as eight 32-bit words; masking byte q of every word and converting
+// gives pixels q, q + 4, ..., q + 28 times 2^(8q), exactly, and the weight
+// takes the 2^(-8q) instead, which leaves every product as it was: scaling
+// by a power of two changes no rounding while weight and product stay normal
+// numbers. Byte 3 is read as byte 1 of words two bytes on, so that no word is
+// negative. The block's sums stay in that order until its rows are done, then
+// go back to pixel order.
+constexpr int kBlockPixels = 32;
+
+inline Floats LoadWords(const uint8_t* p) { return _mm256_loadu_ps(reinterpret_cast<const float*>(p)); }
+
+inline Floats MaskedByte(Floats words, int mask) {
+  return _mm256_cvtepi32_ps(_mm256_castps_si256(_mm256_and_ps(words, _mm256_castsi256_ps(_mm256_set1_epi32(mask)))));
+}
+
+// Whether the scaled weights stay normal: true for any weight above 2^-100.
+bool SuitBlocks(const float* weights, int rows) {
+  for (int r = 0; r < rows; ++r) {
+    if (!(weights[r] > 1e-30f || weights[r] < -1e-30f)) return false;
+  }
+  return true;
+}
+
+// The weight for each byte of a word.
+void BlockWeights(float weight, Floats* w) {
+  w[0] = Broadcast(weight);
+  w[1] = w[3] = Broadcast(weight * 0x1p-8f);
+  w[2] = Broadcast(weight * 0x1p-16f);
+}
+
+// sum[q] = (sum[q] +) weight times pixels q, q + 4, ... of the block; reads
+// kBlockPixels + 2 bytes.
+template <bool kAdd>
+[[gnu::always_inline]] inline void AddByteBlock(const uint8_t* block, const Floats* w, Floats* sum) {
+  const Floats words = LoadWords(block), shifted = LoadWords(block + 2);
+  const Floats pixels[4] = {MaskedByte(words, 0xFF), MaskedByte(words, 0xFF00), MaskedByte(words, 0xFF0000),
+                            MaskedByte(shifted, 0xFF00)};
+  for (int q = 0; q < 4; ++q) sum[q] = kAdd ? sum[q] + w[q] * pixels[q] : w[q] * pixels[q];
+}
+
+// Pixel order to the order of the block's sums, and back.
 inline void ScatterBlock(const float* natural, Floats* sum) {
   const __m256 n0 = _mm256_loadu_ps(natural), n1 = _mm256_loadu_ps(natural + 8);
   const __m256 n2 = _mm256_loadu_ps(natural + 16), n3 = _mm256_loadu_ps(natural + 24);
@@ -116,6 +149,23 @@ inline void GatherBlock(Floats* sum, float* natural) {
   _mm256_storeu_ps(natural + 16, _mm256_permute2f128_ps(sum[0], sum[1], 0x31));
   _mm256_storeu_ps(natural + 24, _mm256_permute2f128_ps(sum[2], sum[3], 0x31));
 }
+
+// The whole blocks of AddWeightedRowsSimd on byte rows; returns the pixels done.
+template <int kRows, bool kAdd>
+int AddByteBlocks(const uint8_t* const* r, const float* weights, float* accumulator, int count) {
+  if (!SuitBlocks(weights, kRows)) return 0;
+  Floats w[kRows][4];
+  for (int k = 0; k < kRows; ++k) BlockWeights(weights[k], w[k]);
+  int i = 0;
+  for (; i + kBlockPixels + 2 <= count; i += kBlockPixels) {
+    Floats sum[4];
+    if constexpr (kAdd) ScatterBlock(accumulator + i, sum);
+    AddByteBlock<kAdd>(r[0] + i, w[0], sum);
+    for (int k = 1; k < kRows; ++k) AddByteBlock<true>(r[k] + i, w[k], sum);
+    GatherBlock(sum, accumulator + i);
+  }
+  return i;
+}
 #else
 using Floats = __m128;
 constexpr int kLanes = 4;
@@ -126,6 +176,11 @@ inline Floats Broadcast(float x) { return _mm_set1_ps(x); }
 
 inline Floats WidenBytes(const uint8_t* row) { return _mm_cvtepi32_ps(WidenFourToInts(row)); }
 
+inline void StoreWordsAsFloats(__m128i words, float* out) {
+  StoreFloats(out, _mm_cvtepi32_ps(_mm_cvtepu16_epi32(words)));
+  StoreFloats(out + 4, _mm_cvtepi32_ps(_mm_unpackhi_epi16(words, _mm_setzero_si128())));
+}
+
 [[gnu::always_inline]] inline void TransposeQuarters(Floats& a, Floats& b, Floats& c, Floats& d) {
   _MM_TRANSPOSE4_PS(a, b, c, d);
 }
@@ -134,19 +189,12 @@ inline Floats WidenBytes(const uint8_t* row) { return _mm_cvtepi32_ps(WidenFourT
   for (int j = 0; j < 4; ++j) v[j] = _mm_loadu_ps(p[j]);
 }
 
-inline void StoreWordsAsFloats(__m128i words, float* out) {
-  StoreFloats(out, _mm_cvtepi32_ps(_mm_cvtepu16_epi32(words)));
-  StoreFloats(out + 4, _mm_cvtepi32_ps(_mm_unpackhi_epi16(words, _mm_setzero_si128())));
-}
-
 inline Floats GatheredTap(const __m128i* bytes, const ByteGather* gathers, int k) {
-  return _mm_cvtepi32_ps(
-      _mm_shuffle_epi8(bytes[0], _mm_load_si128(reinterpret_cast<const __m128i*>(gathers[0].masks[k]))));
+  return _mm_cvtepi32_ps(_mm_shuffle_epi8(bytes[0], LoadBytes(gathers[0].masks[k])));
 }
 
 inline __m128i RoundSixteen(const Floats* sums, Floats scale) {
-  const Floats half = Broadcast(0.5f);
-  auto four = [&](Floats sum) { return _mm_cvttps_epi32(sum * scale + half); };
+  auto four = [&](Floats sum) { return _mm_cvttps_epi32(sum * scale + Broadcast(0.5f)); };
   const __m128i low = _mm_packs_epi32(four(sums[0]), four(sums[1]));
   const __m128i high = _mm_packs_epi32(four(sums[2]), four(sums[3]));
   return _mm_packus_epi16(low, high);
@@ -157,10 +205,9 @@ inline void StoreRoundedLanes(Floats sum, Floats scale, uint8_t* dst) {
   const int bytes = _mm_cvtsi128_si32(_mm_packus_epi16(words, words));
   std::memcpy(dst, &bytes, sizeof bytes);
 }
-
 #endif
 
-// --- Kernels ---
+// --- Filters across a row ---
 
 void WidenRowSimd(const uint8_t* row, float* out, int count) {
   int i = 0;
@@ -192,37 +239,75 @@ template <int kTaps>
   return sum;
 }
 
-// A filter row with kTaps taps at compile time (0: `taps`).
+// Sixteen bytes, then a vector's lanes, then the portable kernel: the rounded
+// sums of pixel `i` on, given the sums of kLanes pixels at a time.
+template <typename SumsOf, typename Tail>
+void StoreRounded(float scale, uint8_t* dst, int count, const SumsOf& sumsOf, const Tail& tail) {
+  const Floats s = Broadcast(scale);
+  int i = 0;
+  for (; i + 16 <= count; i += 16) {
+    Floats sums[16 / kLanes];
+    for (int v = 0; v < 16 / kLanes; ++v) sums[v] = sumsOf(i + v * kLanes);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + i), RoundSixteen(sums, s));
+  }
+  for (; i + kLanes <= count; i += kLanes) StoreRoundedLanes(sumsOf(i), s, dst + i);
+  tail(i);
+}
+
+// The filters of rows of floats with kTaps taps at compile time (0: `taps`).
 template <int kTaps>
 struct FilterWith {
   static void Row(const float* columns, int first, const int32_t* start, const float* weight, int stride, int count,
                   int taps, float* out) {
     int i = 0;
-    for (; i + kLanes <= count; i += kLanes) StoreFloats(out + i, FilterLanes<kTaps>(columns - first, start, weight, stride, taps, i));
+    for (; i + kLanes <= count; i += kLanes) {
+      StoreFloats(out + i, FilterLanes<kTaps>(columns - first, start, weight, stride, taps, i));
+    }
     kResizeRowsC.filter(columns, first, start + i, weight + i, stride, count - i, taps, out + i);
   }
 
   static void RowToBytes(const float* columns, int first, const int32_t* start, const float* weight, int stride,
                          int count, int taps, float scale, uint8_t* dst) {
-    const Floats s = Broadcast(scale);
-    int i = 0;
-    for (; i + 16 <= count; i += 16) {
-      Floats sums[16 / kLanes];
-      for (int v = 0; v < 16 / kLanes; ++v) {
-        sums[v] = FilterLanes<kTaps>(columns - first, start, weight, stride, taps, i + v * kLanes);
-      }
-      _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + i), RoundSixteen(sums, s));
-    }
-    for (; i + kLanes <= count; i += kLanes) {
-      StoreRoundedLanes(FilterLanes<kTaps>(columns - first, start, weight, stride, taps, i), s, dst + i);
-    }
-    kResizeRowsC.filterAndStore(columns, first, start + i, weight + i, stride, count - i, taps, scale, dst + i);
+    StoreRounded(
+        scale, dst, count,
+        [&](int i) { return FilterLanes<kTaps>(columns - first, start, weight, stride, taps, i); },
+        [&](int i) {
+          kResizeRowsC.filterAndStore(columns, first, start + i, weight + i, stride, count - i, taps, scale, dst + i);
+        });
   }
 };
 
-// Calls Kernel<taps>::function(arguments...) for the common numbers of taps.
+// Filters a source row straight from its bytes: each group of four pixels
+// loads the 16 bytes that its windows lie in, and one byte shuffle a tap
+// puts the tap's bytes in the lanes, zero-extended, for the conversion to
+// floats. The products and sums are those of FilterLanes on the widened row.
+template <int kTaps>
+struct FilterBytesWith {
+  static void Row(const uint8_t* row, const ColumnFilter& x, const ByteGather* gathers, float* scratch, float* out) {
+    const int taps = kTaps != 0 ? kTaps : x.taps;
+    int i = 0;
+    for (; i + kLanes <= x.count; i += kLanes) {
+      const ByteGather* group = gathers + i / 4;
+      __m128i bytes[kLanes / 4];
+      for (int g = 0; g < kLanes / 4; ++g) bytes[g] = LoadBytes(row + group[g].offset);
+      Floats sum = Broadcast(0.0f);
+      for (int k = 0; k < taps; ++k) {
+        sum += LoadFloats(x.weight + static_cast<ptrdiff_t>(k) * x.stride + i) * GatheredTap(bytes, group, k);
+      }
+      StoreFloats(out + i, sum);
+    }
+    if (i == x.count) return;
+    // The last pixels through the portable kernel, on their columns widened.
+    const int first = x.start[i], end = x.start[x.count - 1] + taps;
+    kResizeRowsC.widen(row + first, scratch, end - first);
+    kResizeRowsC.filter(scratch, first, x.start + i, x.weight + i, x.stride, x.count - i, taps, out + i);
+  }
+};
+
+// Calls function(Kernel<taps>{}) for the common numbers of taps, with
+// Kernel<0> for the others.
 template <template <int> class Kernel, typename Function>
-void WithTaps(int taps, Function function) {
+void WithTaps(int taps, const Function& function) {
   switch (taps) {
     case 2:
       function(Kernel<2>{});
@@ -251,98 +336,15 @@ void FilterAndStoreRowSimd(const float* columns, int first, const int32_t* start
   });
 }
 
-// Filters a source row straight from its bytes: each group of four pixels
-// loads the 16 bytes its windows lie in, and one byte shuffle a tap puts the
-// tap's bytes in the lanes, zero-extended, for the conversion to floats.
-// The products and sums are those of FilterLanes on the widened row.
-template <int kTaps>
-struct FilterBytesWith {
-  static constexpr int kGroups = kLanes / 4;
-
-  static void Row(const uint8_t* row, const ColumnFilter& x, const ByteGather* gathers, float* scratch, float* out) {
-    const int taps = kTaps != 0 ? kTaps : x.taps;
-    int i = 0;
-    for (; i + kLanes <= x.count; i += kLanes) {
-      const ByteGather* group = gathers + i / 4;
-      __m128i bytes[kGroups];
-      for (int g = 0; g < kGroups; ++g) {
-        bytes[g] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + group[g].offset));
-      }
-      Floats sum = Broadcast(0.0f);
-      for (int k = 0; k < taps; ++k) {
-        sum += LoadFloats(x.weight + static_cast<ptrdiff_t>(k) * x.stride + i) * GatheredTap(bytes, group, k);
-      }
-      StoreFloats(out + i, sum);
-    }
-    if (i == x.count) return;
-    // The last pixels through the portable kernel, on their columns widened.
-    const int first = x.start[i], end = x.start[x.count - 1] + taps;
-    kResizeRowsC.widen(row + first, scratch, end - first);
-    kResizeRowsC.filter(scratch, first, x.start + i, x.weight + i, x.stride, x.count - i, taps, out + i);
-  }
-};
-
 void FilterBytesSimd(const uint8_t* row, const ColumnFilter& x, const ByteGather* gathers, float* scratch,
                      float* out) {
   WithTaps<FilterBytesWith>(x.taps, [&](auto kernel) { kernel.Row(row, x, gathers, scratch, out); });
 }
 
+// --- Sums down the rows ---
+
 inline Floats LoadLanes(const uint8_t* row) { return WidenBytes(row); }
 inline Floats LoadLanes(const float* row) { return LoadFloats(row); }
-
-#ifdef __AVX__
-// Byte rows 4 * kLanes pixels at a time without shuffles, which AVX has only
-// on one port (with SSE4.1 the 4 by 4 transposes cost more than they save). A block is read as kLanes 32-bit words; masking byte q of
-// every word and converting gives pixels q, q + 4, ... times 2^(8q), exactly,
-// and the weight takes the 2^(-8q) instead, which leaves every product as it
-// was: scaling by a power of two changes no rounding while weight and
-// product stay normal numbers. Byte 3 is read as byte 1 of words two bytes
-// on, so that no word is negative. The block's sums stay in that order
-// until its rows are done, then go back to pixel order.
-constexpr int kBlockPixels = 4 * kLanes;
-
-// Whether the scaled weights stay normal: true for any weight above 2^-100.
-bool SuitBlocks(const float* weights, int rows) {
-  for (int r = 0; r < rows; ++r) {
-    if (!(weights[r] > 1e-30f || weights[r] < -1e-30f)) return false;
-  }
-  return true;
-}
-
-// The weight for each byte of a word.
-void BlockWeights(float weight, Floats* w) {
-  w[0] = Broadcast(weight);
-  w[1] = w[3] = Broadcast(weight * 0x1p-8f);
-  w[2] = Broadcast(weight * 0x1p-16f);
-}
-
-// sum[q] = (sum[q] +) weight times pixels q, q + 4, ... of the block; reads
-// kBlockPixels + 2 bytes.
-template <bool kAdd>
-[[gnu::always_inline]] inline void AddByteBlock(const uint8_t* block, const Floats* w, Floats* sum) {
-  const Floats words = LoadWords(block), shifted = LoadWords(block + 2);
-  const Floats pixels[4] = {MaskedByte(words, 0xFF), MaskedByte(words, 0xFF00), MaskedByte(words, 0xFF0000),
-                            MaskedByte(shifted, 0xFF00)};
-  for (int q = 0; q < 4; ++q) sum[q] = kAdd ? sum[q] + w[q] * pixels[q] : w[q] * pixels[q];
-}
-
-// The whole blocks of AddWeightedRowsSimd on byte rows; returns the pixels done.
-template <int kRows, bool kAdd>
-int AddByteBlocks(const uint8_t* const* r, const float* weights, float* accumulator, int count) {
-  if (!SuitBlocks(weights, kRows)) return 0;
-  Floats w[kRows][4];
-  for (int k = 0; k < kRows; ++k) BlockWeights(weights[k], w[k]);
-  int i = 0;
-  for (; i + kBlockPixels + 2 <= count; i += kBlockPixels) {
-    Floats sum[4];
-    if constexpr (kAdd) ScatterBlock(accumulator + i, sum);
-    AddByteBlock<kAdd>(r[0] + i, w[0], sum);
-    for (int k = 1; k < kRows; ++k) AddByteBlock<true>(r[k] + i, w[k], sum);
-    GatherBlock(sum, accumulator + i);
-  }
-  return i;
-}
-#endif
 
 template <int kRows, bool kAdd, typename T>
 void AddWeightedRowsSimd(const T* const* rows, const float* weights, float* accumulator, int count) {
@@ -384,17 +386,6 @@ void AddRowsSimd(const T* const* rows, const float* weights, int rowCount, bool 
   }
 }
 
-void StoreRowSimd(const float* accumulator, float scale, uint8_t* dst, int count) {
-  const Floats s = Broadcast(scale);
-  int i = 0;
-  for (; i + 16 <= count; i += 16) {
-    Floats sums[16 / kLanes];
-    for (int v = 0; v < 16 / kLanes; ++v) sums[v] = LoadFloats(accumulator + i + v * kLanes);
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + i), RoundSixteen(sums, s));
-  }
-  kResizeRowsC.store(accumulator + i, scale, dst + i, count - i);
-}
-
 // Rows in units, two rows at a time: their bytes interleaved, so that one
 // multiply-add of unsigned bytes by signed ones gives the pair's 16-bit sums.
 // A lone last row is paired with itself at zero units.
@@ -425,8 +416,7 @@ void AddByteRowsInUnitsWith(const RowPairs& pairs, float* accumulator, int count
   for (int i = 0; i + 16 <= count; i += 16) {
     __m128i low = _mm_setzero_si128(), high = _mm_setzero_si128();
     for (int p = 0; p < pairCount; ++p) {
-      const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pairs.a[p] + i));
-      const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pairs.b[p] + i));
+      const __m128i a = LoadBytes(pairs.a[p] + i), b = LoadBytes(pairs.b[p] + i);
       low = _mm_add_epi16(low, _mm_maddubs_epi16(_mm_unpacklo_epi8(a, b), pairs.units[p]));
       high = _mm_add_epi16(high, _mm_maddubs_epi16(_mm_unpackhi_epi8(a, b), pairs.units[p]));
     }
@@ -454,6 +444,12 @@ void AddByteRowsInUnitsSimd(const uint8_t* const* rows, const int8_t* units, int
     for (int k = 0; k < rowCount; ++k) sum += units[k] * rows[k][i];
     accumulator[i] = static_cast<float>(sum);
   }
+}
+
+void StoreRowSimd(const float* accumulator, float scale, uint8_t* dst, int count) {
+  StoreRounded(
+      scale, dst, count, [&](int i) { return LoadFloats(accumulator + i); },
+      [&](int i) { kResizeRowsC.store(accumulator + i, scale, dst + i, count - i); });
 }
 
 constexpr ResizeRowKernels kResizeRowsSimd = {
