@@ -395,16 +395,9 @@ void AddWeightedRows(const T* const* rows, const float* w, float* __restrict acc
 
 template <typename T>
 void AddRows(const T* const* rows, const float* weights, int rowCount, bool add, float* accumulator, int count) {
-  switch (rowCount * 2 + (add ? 1 : 0)) {
-    case 2: AddWeightedRows<1, false>(rows, weights, accumulator, count); break;
-    case 3: AddWeightedRows<1, true>(rows, weights, accumulator, count); break;
-    case 4: AddWeightedRows<2, false>(rows, weights, accumulator, count); break;
-    case 5: AddWeightedRows<2, true>(rows, weights, accumulator, count); break;
-    case 6: AddWeightedRows<3, false>(rows, weights, accumulator, count); break;
-    case 7: AddWeightedRows<3, true>(rows, weights, accumulator, count); break;
-    case 8: AddWeightedRows<4, false>(rows, weights, accumulator, count); break;
-    default: AddWeightedRows<4, true>(rows, weights, accumulator, count); break;
-  }
+  WithRowsAndAdd(rowCount, add, [&]<int kRows, bool kAdd>() {
+    AddWeightedRows<kRows, kAdd>(rows, weights, accumulator, count);
+  });
 }
 
 // Rounds half up and clips to a byte. The sums stay far inside the range of

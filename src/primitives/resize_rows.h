@@ -65,6 +65,27 @@ inline constexpr int kMaxUnitsPerWeight = 64;
 inline constexpr int kMaxUnitsPerSum = 257;
 inline constexpr int kMaxRowsInUnits = 16;
 
+namespace {
+
+// Calls kernel.template operator()<kRows, kAdd>() for rowCount (1 to 4) and
+// add fixed at compile time, as the weighted-row kernels want them. (Internal
+// linkage: each instruction-set file compiles its own.)
+template <typename Kernel>
+void WithRowsAndAdd(int rowCount, bool add, const Kernel& kernel) {
+  switch (rowCount * 2 + (add ? 1 : 0)) {
+    case 2: kernel.template operator()<1, false>(); break;
+    case 3: kernel.template operator()<1, true>(); break;
+    case 4: kernel.template operator()<2, false>(); break;
+    case 5: kernel.template operator()<2, true>(); break;
+    case 6: kernel.template operator()<3, false>(); break;
+    case 7: kernel.template operator()<3, true>(); break;
+    case 8: kernel.template operator()<4, false>(); break;
+    default: kernel.template operator()<4, true>(); break;
+  }
+}
+
+}  // namespace
+
 // The portable kernels; the variants finish their rows' last partial vectors with them.
 extern const ResizeRowKernels kResizeRowsC;
 

@@ -374,16 +374,9 @@ void AddWeightedRowsSimd(const T* const* rows, const float* weights, float* accu
 
 template <typename T>
 void AddRowsSimd(const T* const* rows, const float* weights, int rowCount, bool add, float* accumulator, int count) {
-  switch (rowCount * 2 + (add ? 1 : 0)) {
-    case 2: AddWeightedRowsSimd<1, false>(rows, weights, accumulator, count); break;
-    case 3: AddWeightedRowsSimd<1, true>(rows, weights, accumulator, count); break;
-    case 4: AddWeightedRowsSimd<2, false>(rows, weights, accumulator, count); break;
-    case 5: AddWeightedRowsSimd<2, true>(rows, weights, accumulator, count); break;
-    case 6: AddWeightedRowsSimd<3, false>(rows, weights, accumulator, count); break;
-    case 7: AddWeightedRowsSimd<3, true>(rows, weights, accumulator, count); break;
-    case 8: AddWeightedRowsSimd<4, false>(rows, weights, accumulator, count); break;
-    default: AddWeightedRowsSimd<4, true>(rows, weights, accumulator, count); break;
-  }
+  WithRowsAndAdd(rowCount, add, [&]<int kRows, bool kAdd>() {
+    AddWeightedRowsSimd<kRows, kAdd>(rows, weights, accumulator, count);
+  });
 }
 
 // Rows in units, two rows at a time: their bytes interleaved, so that one
