@@ -155,7 +155,8 @@ int SubstituteCode(int code, int srcWidth, int srcHeight) {
 // n <= (source length) / r + 1. The source row holds the source columns that
 // a row of the destination reads: the source rectangle's width, plus the
 // taps of the kernel that reach past its ends. Supersampling also keeps the
-// bounds and windows of one axis's boxes while it builds that axis.
+// bounds and windows of one axis's boxes while it builds that axis, and the
+// interpolating kernels keep the byte shuffles of their source rows.
 struct BufferPlan {
   size_t xStart, xWeight, yStart, yWeight, sourceRow, ring, accumulator, boxBounds, boxWindows, byteGathers;
   int64_t total;
