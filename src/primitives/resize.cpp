@@ -154,9 +154,11 @@ int SubstituteCode(int code, int srcWidth, int srcHeight) {
 // plus 3, since n boxes of width r cover no more than n r + 2n indices and
 // n <= (source length) / r + 1. The source row holds the source columns that
 // a row of the destination reads: the source rectangle's width, plus the
-// taps of the kernel that reach past its ends.
+// taps of the kernel that reach past its ends. Supersampling also keeps the
+// bounds and windows of one axis's boxes while it builds that axis, and the
+// interpolating kernels keep the byte shuffles of their source rows.
 struct BufferPlan {
-  size_t xStart, xWeight, yStart, yWeight, sourceRow, ring, accumulator;
+  size_t xStart, xWeight, yStart, yWeight, sourceRow, ring, accumulator, boxBounds, boxWindows, byteGathers;
   int64_t total;
   int ringRows;
 };
@@ -184,6 +186,12 @@ BufferPlan PlanBuffer(const PlaneRect& srcRect, const PlaneRect& dstRect, int co
   plan.sourceRow = take(4 * (int64_t{srcRect.width} + kSourceRowMargin));
   plan.ring = take(4 * int64_t{plan.ringRows} * dstRect.width);
   plan.accumulator = take(4 * int64_t{dstRect.width});
+  if (code != PrimInterSuper) plan.byteGathers = take(int64_t{sizeof(ByteGather)} * (dstRect.width / 4));
+  if (code == PrimInterSuper) {
+    const int64_t longer = std::max(dstRect.width, dstRect.height);
+    plan.boxBounds = take(8 * (longer + 1));
+    plan.boxWindows = take(16 * longer);
+  }
   plan.total = at;
   return plan;
 }
@@ -273,32 +281,50 @@ struct Box {
   }
 };
 
-Box BoxOf(int64_t x, double factor, double shift) {
-  return {SnapToWhole((x - shift) / factor), SnapToWhole((x + 1 - shift) / factor)};
+// The indices that a box covers by more than 1e-7: its whole indices less
+// the ones at either end that it only grazes.
+struct Window {
+  int64_t first, last;
+};
+
+Window CoveredIndices(const Box& box) {
+  int64_t first = box.First(), last = box.End() - 1;
+  while (first < last && box.Cover(first) == 0) ++first;
+  while (last > first && box.Cover(last) == 0) --last;
+  return {first, last};
 }
 
 // Supersampling: destination index X averages the source over
 // [(X - shift) / factor, (X + 1 - shift) / factor); the parts of a box outside
 // the clipped source rectangle [lo, hi) count as its nearest edge pixel.
-void BuildBoxAxis(AxisFilter& axis, Span span, double factor, double shift, int lo, int hi) {
+// Neighbouring boxes share a bound, so the bounds are worked out once, into
+// `bounds` (count + 1 of them), and the windows once, into `windows`.
+void BuildBoxAxis(AxisFilter& axis, Span span, double factor, double shift, int lo, int hi, double* bounds,
+                  Window* windows) {
   axis.count = static_cast<int>(span.end - span.first);
+  for (int i = 0; i <= axis.count; ++i) bounds[i] = SnapToWhole((span.first + i - shift) / factor);
   int taps = 1;
   for (int i = 0; i < axis.count; ++i) {
-    const Box box = BoxOf(span.first + i, factor, shift);
-    int64_t first = box.First(), last = box.End() - 1;
-    while (first < last && box.Cover(first) == 0) ++first;
-    while (last > first && box.Cover(last) == 0) --last;
-    const int64_t window = std::clamp<int64_t>(last, lo, hi - 1) - std::clamp<int64_t>(first, lo, hi - 1) + 1;
+    const Window w = CoveredIndices({bounds[i], bounds[i + 1]});
+    windows[i] = w;
+    const int64_t window = std::clamp<int64_t>(w.last, lo, hi - 1) - std::clamp<int64_t>(w.first, lo, hi - 1) + 1;
     taps = std::max(taps, static_cast<int>(window));
   }
   axis.taps = taps;
   std::fill_n(axis.weight, static_cast<size_t>(axis.count) * axis.taps, 0.0f);
   for (int i = 0; i < axis.count; ++i) {
-    const Box box = BoxOf(span.first + i, factor, shift);
-    int64_t first = box.First();
-    while (first < box.End() - 1 && box.Cover(first) == 0) ++first;
-    FillWindow(axis, i, std::clamp<int64_t>(first, lo, hi - 1), lo, hi, [&](auto add) {
-      for (int64_t index = first; index < box.End(); ++index) {
+    const Box box{bounds[i], bounds[i + 1]};
+    const Window w = windows[i];
+    if (lo <= w.first && w.last < hi && w.first <= hi - taps) {
+      // The window lies inside the source and is its own: each index has its own weight.
+      axis.start[i] = static_cast<int32_t>(w.first);
+      for (int64_t index = w.first; index <= w.last; ++index) {
+        axis.Weight(i, static_cast<int>(index - w.first)) = static_cast<float>(box.Cover(index));
+      }
+      continue;
+    }
+    FillWindow(axis, i, std::clamp<int64_t>(w.first, lo, hi - 1), lo, hi, [&](auto add) {
+      for (int64_t index = w.first; index <= w.last; ++index) {
         if (const double cover = box.Cover(index); cover > 0) add(index, cover);
       }
     });
@@ -370,16 +396,9 @@ void AddWeightedRows(const T* const* rows, const float* w, float* __restrict acc
 
 template <typename T>
 void AddRows(const T* const* rows, const float* weights, int rowCount, bool add, float* accumulator, int count) {
-  switch (rowCount * 2 + (add ? 1 : 0)) {
-    case 2: AddWeightedRows<1, false>(rows, weights, accumulator, count); break;
-    case 3: AddWeightedRows<1, true>(rows, weights, accumulator, count); break;
-    case 4: AddWeightedRows<2, false>(rows, weights, accumulator, count); break;
-    case 5: AddWeightedRows<2, true>(rows, weights, accumulator, count); break;
-    case 6: AddWeightedRows<3, false>(rows, weights, accumulator, count); break;
-    case 7: AddWeightedRows<3, true>(rows, weights, accumulator, count); break;
-    case 8: AddWeightedRows<4, false>(rows, weights, accumulator, count); break;
-    default: AddWeightedRows<4, true>(rows, weights, accumulator, count); break;
-  }
+  WithRowsAndAdd(rowCount, add, [&]<int kRows, bool kAdd>() {
+    AddWeightedRows<kRows, kAdd>(rows, weights, accumulator, count);
+  });
 }
 
 // Rounds half up and clips to a byte. The sums stay far inside the range of
@@ -392,9 +411,22 @@ void StoreRow(const float* __restrict accumulator, float scale, uint8_t* __restr
   }
 }
 
+// FilterRow and StoreRow a stretch of the row at a time.
+void FilterAndStoreRow(const float* columns, int first, const int32_t* start, const float* weight, int stride,
+                       int count, int taps, float scale, uint8_t* dst) {
+  constexpr int kStretch = 256;
+  float filtered[kStretch];
+  for (int i = 0; i < count; i += kStretch) {
+    const int n = std::min(kStretch, count - i);
+    FilterRow(columns, first, start + i, weight + i, stride, n, taps, filtered);
+    StoreRow(filtered, scale, dst + i, n);
+  }
+}
+
 }  // namespace
 
-const ResizeRowKernels kResizeRowsC = {WidenRow, FilterRow, AddRows<uint8_t>, AddRows<float>, StoreRow};
+const ResizeRowKernels kResizeRowsC = {WidenRow, FilterRow,         AddRows<uint8_t>, AddRows<float>,
+                                       StoreRow, FilterAndStoreRow, nullptr,          nullptr};
 
 namespace {
 
@@ -450,22 +482,52 @@ void SumRows(const ResizeRowKernels& kernels, const AxisFilter& y, int i, const 
   if (!group.Empty()) group.AddTo(kernels, accumulator, count, started);
 }
 
+// The byte shuffles of filterBytes for the whole groups of four pixels of
+// the axis, or false when a group's windows do not fit in 16 bytes of a
+// source row `width` bytes long.
+bool BuildByteGathers(const AxisFilter& x, int width, ByteGather* gathers) {
+  constexpr int kGroupBytes = 16;
+  if (x.taps > 4 || width < kGroupBytes) return false;
+  for (int g = 0; g < x.count / 4; ++g) {
+    const int32_t* start = x.start + 4 * g;
+    const int32_t offset = std::min(start[0], width - kGroupBytes);
+    if (start[3] + x.taps - offset > kGroupBytes) return false;
+    gathers[g].offset = offset;
+    for (int k = 0; k < 4; ++k) {
+      for (int lane = 0; lane < 4; ++lane) {
+        uint8_t* mask = gathers[g].masks[k] + 4 * lane;
+        mask[0] = static_cast<uint8_t>(std::min(start[lane] + k - offset, kGroupBytes - 1));
+        mask[1] = mask[2] = mask[3] = 0x80;  // a set high bit makes a zero
+      }
+    }
+  }
+  return true;
+}
+
 // The horizontally filtered source rows: row r lives in slot r mod the
 // number of slots, which holds every row of one destination row at once.
+// Rows are filtered from their bytes through byte gathers where the kernels
+// have them and the windows fit, else widened to floats first.
 class RowRing {
  public:
   RowRing(const ResizeRowKernels& kernels, float* rows, int slots, float* sourceRow, const uint8_t* src, int srcStep,
-          const AxisFilter& x)
+          int srcWidth, const AxisFilter& x, ByteGather* gathers)
       : kernels_(kernels), rows_(rows), slots_(slots), sourceRow_(sourceRow), columns_(ColumnsRead(x)), src_(src),
-        srcStep_(srcStep), x_(x) {
+        srcStep_(srcStep), x_(x), filter_{columns_.first, x.start, x.weight, x.count, x.count, x.taps},
+        gathers_(kernels.filterBytes != nullptr && BuildByteGathers(x, srcWidth, gathers) ? gathers : nullptr) {
     std::fill_n(held_, slots, -1);
   }
   const float* Row(int r) {
     const int slot = r % slots_;
     float* row = rows_ + static_cast<size_t>(slot) * x_.count;
     if (held_[slot] != r) {
-      kernels_.widen(src_ + static_cast<ptrdiff_t>(r) * srcStep_ + columns_.first, sourceRow_, columns_.length);
-      FilterRow(kernels_, sourceRow_, columns_.first, x_, row);
+      const uint8_t* bytes = src_ + static_cast<ptrdiff_t>(r) * srcStep_;
+      if (gathers_ != nullptr) {
+        kernels_.filterBytes(bytes, filter_, gathers_, sourceRow_, row);
+      } else {
+        kernels_.widen(bytes + columns_.first, sourceRow_, columns_.length);
+        FilterRow(kernels_, sourceRow_, columns_.first, x_, row);
+      }
       held_[slot] = r;
     }
     return row;
@@ -480,19 +542,68 @@ class RowRing {
   const uint8_t* src_;
   int srcStep_;
   const AxisFilter& x_;
+  ColumnFilter filter_;
+  const ByteGather* gathers_;
   int held_[6];  // the source row in each slot, -1 for none
 };
 
 // Destination row after row: the ring's rows weighted vertically.
-void ResizeByKernel(const ResizeRowKernels& kernels, const uint8_t* src, int srcStep, const AxisFilter& x,
-                    const AxisFilter& y, uint8_t* dst, int dstStep, uint8_t* buffer, const BufferPlan& plan) {
+void ResizeByKernel(const ResizeRowKernels& kernels, const uint8_t* src, int srcStep, int srcWidth,
+                    const AxisFilter& x, const AxisFilter& y, uint8_t* dst, int dstStep, uint8_t* buffer,
+                    const BufferPlan& plan) {
   RowRing ring(kernels, reinterpret_cast<float*>(buffer + plan.ring), plan.ringRows,
-               reinterpret_cast<float*>(buffer + plan.sourceRow), src, srcStep, x);
+               reinterpret_cast<float*>(buffer + plan.sourceRow), src, srcStep, srcWidth, x,
+               reinterpret_cast<ByteGather*>(buffer + plan.byteGathers));
   float* accumulator = reinterpret_cast<float*>(buffer + plan.accumulator);
   for (int i = 0; i < y.count; ++i) {
     SumRows(kernels, y, i, [&ring](int r) { return ring.Row(r); }, accumulator, x.count);
     kernels.store(accumulator, 1.0f, dst + static_cast<ptrdiff_t>(i) * dstStep, x.count);
   }
+}
+
+// The taps of a destination row with nonzero weight, as whole units of the
+// power of two `unit`, when they are that: the weights of boxes whose bounds
+// fall on halves, quarters, ... of a source row (a factor of 4/9 gives
+// weights 1/4, 1/2, 3/4 and 1). Then every product and partial sum of bytes
+// and weights is a multiple of the unit below 2^24 units, which single
+// precision holds exactly, so the rows' sum comes out the same in any order
+// and may be taken in integers, as a count of units. The horizontal pass and
+// the store then run on sums 1 / unit times as large, with the scale times
+// unit: scaling by a power of two changes no rounding of a product or a sum
+// of normal numbers, and the scaled sum times the scaled scale is the same
+// real number as before, so every byte comes out as from the weighted rows.
+struct RowsInUnits {
+  const uint8_t* rows[kMaxRowsInUnits];
+  int8_t units[kMaxRowsInUnits];
+  int count = 0;
+  float unit = 1.0f;
+};
+
+template <typename RowSource>
+bool InUnits(const AxisFilter& y, int i, const RowSource& rowOf, RowsInUnits& out) {
+  float weights[kMaxRowsInUnits];
+  for (int k = 0; k < y.taps; ++k) {
+    const float weight = y.Weight(i, k);
+    if (weight == 0) continue;
+    if (out.count == kMaxRowsInUnits || !(weight > 0)) return false;
+    weights[out.count] = weight;
+    out.rows[out.count++] = rowOf(y.start[i] + k);
+  }
+  // The coarsest unit first: 1, 1/2, ..., 1/64.
+  for (float perWeight = 1; perWeight <= kMaxUnitsPerWeight; perWeight *= 2) {
+    int total = 0, k = 0;
+    for (; k < out.count; ++k) {
+      const float units = weights[k] * perWeight;
+      if (!(units <= kMaxUnitsPerWeight) || units != static_cast<float>(static_cast<int>(units))) break;
+      out.units[k] = static_cast<int8_t>(units);
+      total += out.units[k];
+    }
+    if (k == out.count && total <= kMaxUnitsPerSum) {
+      out.unit = 1 / perWeight;
+      return true;
+    }
+  }
+  return false;
 }
 
 // Destination row after row: the box's rows summed column by column, then
@@ -502,14 +613,17 @@ void ResizeBySupersampling(const ResizeRowKernels& kernels, const uint8_t* src, 
                            const BufferPlan& plan) {
   const ColumnSpan span = ColumnsRead(x);
   float* columns = reinterpret_cast<float*>(buffer + plan.sourceRow);
-  float* accumulator = reinterpret_cast<float*>(buffer + plan.accumulator);
   const uint8_t* first = src + span.first;
+  const auto rowOf = [first, srcStep](int r) { return first + static_cast<ptrdiff_t>(r) * srcStep; };
   for (int i = 0; i < y.count; ++i) {
-    SumRows(
-        kernels, y, i, [first, srcStep](int r) { return first + static_cast<ptrdiff_t>(r) * srcStep; }, columns,
-        span.length);
-    FilterRow(kernels, columns, span.first, x, accumulator);
-    kernels.store(accumulator, scale, dst + static_cast<ptrdiff_t>(i) * dstStep, x.count);
+    RowsInUnits inUnits;
+    if (kernels.addByteRowsInUnits != nullptr && InUnits(y, i, rowOf, inUnits)) {
+      kernels.addByteRowsInUnits(inUnits.rows, inUnits.units, inUnits.count, columns, span.length);
+    } else {
+      SumRows(kernels, y, i, rowOf, columns, span.length);
+    }
+    kernels.filterAndStore(columns, span.first, x.start, x.weight, x.count, x.count, x.taps, scale * inUnits.unit,
+                           dst + static_cast<ptrdiff_t>(i) * dstStep);
   }
 }
 
@@ -571,15 +685,17 @@ int ResizePlaneWith(const ResizeRowKernels& kernels, const uint8_t* src, int src
   AxisFilter y{0, 0, reinterpret_cast<int32_t*>(buffer + plan.yStart), reinterpret_cast<float*>(buffer + plan.yWeight)};
   uint8_t* target = dst + rows.first * static_cast<ptrdiff_t>(dstStep) + columns.first;
   if (requested == PrimInterSuper) {
-    BuildBoxAxis(x, columns, xFactor, xShift, srcRect.x, srcRect.x + clippedWidth);
-    BuildBoxAxis(y, rows, yFactor, yShift, srcRect.y, srcRect.y + clippedHeight);
+    auto* bounds = reinterpret_cast<double*>(buffer + plan.boxBounds);
+    auto* windows = reinterpret_cast<Window*>(buffer + plan.boxWindows);
+    BuildBoxAxis(x, columns, xFactor, xShift, srcRect.x, srcRect.x + clippedWidth, bounds, windows);
+    BuildBoxAxis(y, rows, yFactor, yShift, srcRect.y, srcRect.y + clippedHeight, bounds, windows);
     const auto scale = static_cast<float>(xFactor * yFactor);
     ResizeBySupersampling(kernels, src, srcStep, x, y, target, dstStep, scale, buffer, plan);
   } else {
     const int code = SubstituteCode(requested, srcWidth, srcHeight);
     BuildKernelAxis(x, columns, code, xFactor, xShift, srcWidth);
     BuildKernelAxis(y, rows, code, yFactor, yShift, srcHeight);
-    ResizeByKernel(kernels, src, srcStep, x, y, target, dstStep, buffer, plan);
+    ResizeByKernel(kernels, src, srcStep, srcWidth, x, y, target, dstStep, buffer, plan);
   }
   return PrimStsNoErr;
 }

@@ -5,8 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
-#include <functional>
-#include <numeric>
+#include <iterator>
 #include <random>
 #include <string>
 #include <vector>
@@ -52,13 +51,23 @@ std::string Describe(const ResizeCase& c) {
          std::to_string(c.dstHeight) + ", factors " + std::to_string(c.xFactor) + " " + std::to_string(c.yFactor);
 }
 
+// Factors and shifts whose boxes start and end on halves, quarters, ... of a
+// pixel, as 1080 to 480 lines does: the variants sum such rows in integers.
+// Up to 16 rows of at most 257 units in all go that way (1/16, and 64/65 in
+// 64ths), more rows (1/17) the general way.
+constexpr double kWholeUnitFactors[] = {0.5,     0.25, 480.0 / 1080, 576.0 / 1080, 2.0 / 3,     0.8,
+                                        1.0 / 3, 1.0,  1.0 / 16,     1.0 / 17,     64.0 / 65};
+constexpr double kWholeUnitShifts[] = {0, 0, 0.5, -0.25, 1};
+
 // Random geometry: widths up to 2000 (mostly small, to keep the sanitizer
 // run short), odd sizes, padded and unpadded strides (an odd padding puts
 // every row but the first off alignment), rectangles inside and across the
-// planes' edges, sub-pixel shifts.
+// planes' edges, sub-pixel shifts, and factors of whole units in a third of
+// the cases.
 ResizeCase RandomResizeCase(std::mt19937& random, int code) {
   auto uniform = [&random](int low, int high) { return std::uniform_int_distribution<int>(low, high)(random); };
   auto real = [&random](double low, double high) { return std::uniform_real_distribution<double>(low, high)(random); };
+  auto pick = [&uniform](const auto& values) { return values[uniform(0, static_cast<int>(std::size(values)) - 1)]; };
   ResizeCase c{};
   c.code = code;
   c.srcWidth = uniform(0, 9) == 0 ? uniform(1, 2000) : uniform(1, 300);
@@ -66,12 +75,19 @@ ResizeCase RandomResizeCase(std::mt19937& random, int code) {
   c.srcPadding = uniform(0, 2) == 0 ? 0 : uniform(1, 37);
   c.srcRect = {uniform(0, c.srcWidth / 4), uniform(0, c.srcHeight / 4), uniform(1, c.srcWidth + 3),
                uniform(1, c.srcHeight + 2)};
-  const bool reduce = code == PrimInterSuper || uniform(0, 1) == 0;
-  c.xFactor = reduce ? real(0.05, 1.0) : real(1.0, 3.0);
-  c.yFactor = reduce ? real(0.1, 1.0) : real(1.0, 3.0);
-  if (uniform(0, 3) == 0) {
-    c.xShift = real(-2, 2);
-    c.yShift = real(-2, 2);
+  if (uniform(0, 2) == 0) {
+    c.xFactor = pick(kWholeUnitFactors);
+    c.yFactor = pick(kWholeUnitFactors);
+    c.xShift = pick(kWholeUnitShifts);
+    c.yShift = pick(kWholeUnitShifts);
+  } else {
+    const bool reduce = code == PrimInterSuper || uniform(0, 1) == 0;
+    c.xFactor = reduce ? real(0.05, 1.0) : real(1.0, 3.0);
+    c.yFactor = reduce ? real(0.1, 1.0) : real(1.0, 3.0);
+    if (uniform(0, 3) == 0) {
+      c.xShift = real(-2, 2);
+      c.yShift = real(-2, 2);
+    }
   }
   c.dstWidth = std::max(1, static_cast<int>(c.srcWidth * c.xFactor) + uniform(0, 5));
   c.dstHeight = std::max(1, static_cast<int>(c.srcHeight * c.yFactor) + uniform(0, 3));
@@ -86,7 +102,7 @@ ResizeCase RandomResizeCase(std::mt19937& random, int code) {
 TEST_P(SignalSlotTest, ResizePlaneGivesTheSameBytes) {
   std::mt19937 random(1000 + GetParam());
   const int codes[] = {PrimInterCubic, PrimInterSuper, PrimInterLinear, PrimInterLanczos, PrimInterCatmullRom};
-  for (int trial = 0; trial < 150; ++trial) {
+  for (int trial = 0; trial < 400; ++trial) {
     const ResizeCase c = RandomResizeCase(random, codes[trial % 5]);
     SCOPED_TRACE(Describe(c));
     TestImage src(c.srcWidth, c.srcHeight, c.srcPadding);
@@ -111,27 +127,64 @@ TEST_P(SignalSlotTest, ResizePlaneGivesTheSameBytes) {
   }
 }
 
-// The 1920 by 1080 to 720 by 480 crop of the benchmark, whose rows fill whole
-// vectors, beside the random geometry above.
+// Boxes of many small units: 257/32 rows weigh 257 units of 1/32, the most
+// whose sums of bright pixels 16 bits still hold; 259/32 rows are two units
+// over, which the variants must sum the general way. Bright pictures make an
+// overflow show, and their means stay bright.
+TEST_P(SignalSlotTest, ResizeOfBrightPicturesInManyUnits) {
+  std::mt19937 random(5);
+  TestImage src(101, 40, 3);
+  for (int y = 0; y < src.rows(); ++y) {
+    for (int x = 0; x < src.rowBytes(); ++x) src.at(x, y) = static_cast<uint8_t>(240 + random() % 16);
+  }
+  for (const double boxRows : {257.0 / 32, 259.0 / 32}) {
+    SCOPED_TRACE(boxRows);
+    const PlaneRect srcRect{0, 0, 101, 40}, dstRect{0, 0, 50, 4};
+    std::vector<uint8_t> out[2];
+    InBothSlots([&](int run) {
+      int32_t size = 0;
+      ASSERT_EQ(PrimResizeGetBufferSize(srcRect, dstRect, 1, PrimInterSuper, &size), PrimStsNoErr);
+      std::vector<uint8_t> buffer(static_cast<size_t>(size));
+      out[run].assign(50 * 4, 0);
+      ASSERT_EQ(PrimResizePlane(src.data(), 101, 40, src.step(), srcRect, out[run].data(), 50, dstRect, 0.5,
+                                1 / boxRows, 0, 0, PrimInterSuper, buffer.data()),
+                PrimStsNoErr);
+    });
+    EXPECT_EQ(out[1], out[0]);
+    EXPECT_GE(*std::min_element(out[1].begin(), out[1].end()), 240);
+  }
+}
+
+// The 1920 by 1080 to 720 by 480 resize of the benchmarks, whose rows fill
+// whole vectors, beside the random geometry above: the frame, one of its
+// fields (every other row, as the crop-and-resize scales interlaced
+// pictures) and a 4:2:0 chroma plane of the field.
 TEST_P(SignalSlotTest, ResizeOfAFrameGivesTheSameBytes) {
   std::mt19937 random(77);
   TestImage src(1920, 1080);
   src.FillRandom(random);
-  for (const int code : {PrimInterCubic, PrimInterSuper}) {
-    std::vector<uint8_t> out[2];
-    InBothSlots([&](int run) {
-      const PlaneRect srcRect{0, 0, 1920, 1080}, dstRect{0, 0, 720, 480};
-      int32_t size = 0;
-      ASSERT_EQ(PrimResizeGetBufferSize(srcRect, dstRect, 1, code, &size), PrimStsNoErr);
-      std::vector<uint8_t> buffer(static_cast<size_t>(size));
-      out[run].assign(720 * 480, 0);
-      ASSERT_EQ(PrimResizePlane(src.data(), 1920, 1080, src.step(), srcRect, out[run].data(), 720, dstRect,
-                                720.0 / 1920, 480.0 / 1080, 0, 0, code, buffer.data()),
-                PrimStsNoErr);
-    });
-    EXPECT_EQ(std::inner_product(out[0].begin(), out[0].end(), out[1].begin(), 0, std::plus<>(), std::not_equal_to<>()),
-              0)
-        << "differing bytes, code " << code;
+  struct Plane {
+    int width, height, step, targetWidth, targetHeight;
+  };
+  const Plane planes[] = {{1920, 1080, src.step(), 720, 480},
+                          {1920, 540, 2 * src.step(), 720, 240},
+                          {960, 270, 2 * src.step(), 360, 120}};
+  for (const Plane& p : planes) {
+    for (const int code : {PrimInterCubic, PrimInterSuper}) {
+      std::vector<uint8_t> out[2];
+      InBothSlots([&](int run) {
+        const PlaneRect srcRect{0, 0, p.width, p.height}, dstRect{0, 0, p.targetWidth, p.targetHeight};
+        int32_t size = 0;
+        ASSERT_EQ(PrimResizeGetBufferSize(srcRect, dstRect, 1, code, &size), PrimStsNoErr);
+        std::vector<uint8_t> buffer(static_cast<size_t>(size));
+        out[run].assign(static_cast<size_t>(p.targetWidth) * p.targetHeight, 0);
+        ASSERT_EQ(PrimResizePlane(src.data(), p.width, p.height, p.step, srcRect, out[run].data(), p.targetWidth,
+                                  dstRect, static_cast<double>(p.targetWidth) / p.width,
+                                  static_cast<double>(p.targetHeight) / p.height, 0, 0, code, buffer.data()),
+                  PrimStsNoErr);
+      });
+      EXPECT_EQ(out[1], out[0]) << p.width << "x" << p.height << ", code " << code;
+    }
   }
 }
 
