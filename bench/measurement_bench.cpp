@@ -65,20 +65,13 @@ BENCHMARK_CAPTURE(LoudnessEbur128, libebur128, 2)->Name("bs1770.add_samples.ster
 BENCHMARK_CAPTURE(LoudnessOurs, ours, 5)->Name("bs1770.add_samples.5ch48k/ours");
 BENCHMARK_CAPTURE(LoudnessEbur128, libebur128, 5)->Name("bs1770.add_samples.5ch48k/libebur128");
 
-void TruePeakOurs(benchmark::State& state) {
-  const auto planar = Programme(2);
-  NS_AudioMeasurement::CAudioPeakLevel meter(2, 48000, NS_AudioMeasurement::MEASUREMENT_TRUE_PEAK);
-  for (auto _ : state) meter.AddSamples(planar);
-  benchmark::DoNotOptimize(meter.GetPeakReading());
-  state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * kFrames));
-}
-
-void TruePeakEbur128(benchmark::State& state) {
+// libebur128 in one of its peak modes, read through the matching getter.
+void PeakEbur128(benchmark::State& state, int mode, int (*reading)(ebur128_state*, unsigned int, double*)) {
   const auto interleaved = Interleave(Programme(2));
-  ebur128_state* meter = ebur128_init(2, 48000, EBUR128_MODE_TRUE_PEAK);
+  ebur128_state* meter = ebur128_init(2, 48000, mode);
   for (auto _ : state) ebur128_add_frames_double(meter, interleaved.data(), kFrames);
   double peak = 0.0;
-  ebur128_true_peak(meter, 0, &peak);
+  reading(meter, 0, &peak);
   benchmark::DoNotOptimize(peak);
   ebur128_destroy(&meter);
   state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * kFrames));
@@ -114,25 +107,17 @@ void LevelMeterOurs(benchmark::State& state, NS_AudioMeasurement::AUDIO_MEAUREME
   state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * kFrames));
 }
 
-void SamplePeakEbur128(benchmark::State& state) {
-  const auto interleaved = Interleave(Programme(2));
-  ebur128_state* meter = ebur128_init(2, 48000, EBUR128_MODE_SAMPLE_PEAK);
-  for (auto _ : state) ebur128_add_frames_double(meter, interleaved.data(), kFrames);
-  double peak = 0.0;
-  ebur128_sample_peak(meter, 0, &peak);
-  benchmark::DoNotOptimize(peak);
-  ebur128_destroy(&meter);
-  state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * kFrames));
-}
-
 BENCHMARK_CAPTURE(LevelMeterOurs, simple, NS_AudioMeasurement::MEASUREMENT_SIMPLE)->Name("sample_peak.stereo48k/ours");
-BENCHMARK(SamplePeakEbur128)->Name("sample_peak.stereo48k/libebur128");
+BENCHMARK_CAPTURE(PeakEbur128, libebur128, EBUR128_MODE_SAMPLE_PEAK, ebur128_sample_peak)
+    ->Name("sample_peak.stereo48k/libebur128");
 BENCHMARK_CAPTURE(LevelMeterOurs, ppm, NS_AudioMeasurement::MEASUREMENT_PPM_IIA)->Name("ppm.stereo48k/ours");
 BENCHMARK_CAPTURE(LevelMeterOurs, vu, NS_AudioMeasurement::MEASUREMENT_VU)->Name("vu.stereo48k/ours");
 BENCHMARK_CAPTURE(LevelMeterOurs, chromatec, NS_AudioMeasurement::MEASUREMENT_CHROMATEC)
     ->Name("chromatec.stereo48k/ours");
-BENCHMARK(TruePeakOurs)->Name("true_peak.stereo48k/ours");
-BENCHMARK(TruePeakEbur128)->Name("true_peak.stereo48k/libebur128");
+BENCHMARK_CAPTURE(LevelMeterOurs, true_peak, NS_AudioMeasurement::MEASUREMENT_TRUE_PEAK)
+    ->Name("true_peak.stereo48k/ours");
+BENCHMARK_CAPTURE(PeakEbur128, libebur128, EBUR128_MODE_TRUE_PEAK, ebur128_true_peak)
+    ->Name("true_peak.stereo48k/libebur128");
 BENCHMARK(TruePeakResampleBound)->Name("true_peak.stereo48k/bound.resample4x");
 
 }  // namespace
