@@ -26,57 +26,34 @@ void ExpectLumaCopied(const TestPlanes& src, const TestPlanes& dst, const TestIm
   }
 }
 
-TestImage CopyOf(const TestImage& image) {
-  TestImage copy(image.rowBytes(), image.rows());
-  for (int y = 0; y < image.rows(); ++y) std::copy_n(&image.at(0, y), image.rowBytes(), &copy.at(0, y));
-  return copy;
-}
-
 struct Size {
   int width, height;
 };
 
-TEST(ChromaResampleTest, From422To420KeepsEvenChromaRows) {
+// 4:2:2 to 4:2:0 keeps the even chroma rows; 4:2:0 to 4:2:2 doubles each row.
+TEST(ChromaResampleTest, ProgressiveConversionsCopyChromaRows) {
   std::mt19937 random(501);
-  for (const Size size : {Size{2, 2}, Size{3, 3}, Size{16, 6}, Size{35, 9}}) {
-    SCOPED_TRACE(::testing::Message() << size.width << "x" << size.height);
-    const int cw = size.width / 2;
-    TestPlanes src(size.width, size.height, cw, size.height & ~1, 3);
-    TestPlanes dst(size.width, size.height, cw, size.height / 2, 1);
-    src.FillRandom(random);
-    dst.FillRandom(random);
-    const TestImage lumaBefore = CopyOf(dst.planes[0]);
-    ForEachSlot([&] {
-      ASSERT_EQ(PrimYCbCr422To420(src.pointers, src.steps, dst.pointers, dst.steps, size.width, size.height), 0);
-      ExpectLumaCopied(src, dst, lumaBefore, size.width & ~1, size.height & ~1);
-      for (int c = 1; c < 3; ++c) {
-        for (int y = 0; y < size.height / 2; ++y) {
-          for (int x = 0; x < cw; ++x) ASSERT_EQ(dst.planes[c].at(x, y), src.planes[c].at(x, 2 * y));
+  for (const bool down : {true, false}) {
+    const ResampleFn resample = down ? PrimYCbCr422To420 : PrimYCbCr420To422;
+    for (const Size size : {Size{2, 2}, Size{3, 3}, Size{5, 3}, Size{16, 6}, Size{35, 9}}) {
+      SCOPED_TRACE(::testing::Message() << (down ? "422 to 420 " : "420 to 422 ") << size.width << "x" << size.height);
+      const int cw = size.width / 2, full = size.height & ~1, half = size.height / 2;
+      TestPlanes src(size.width, size.height, cw, down ? full : half, 3);
+      TestPlanes dst(size.width, size.height, cw, down ? half : full, 1);
+      src.FillRandom(random);
+      dst.FillRandom(random);
+      const TestImage lumaBefore = dst.planes[0].Clone();
+      ForEachSlot([&] {
+        ASSERT_EQ(resample(src.pointers, src.steps, dst.pointers, dst.steps, size.width, size.height), PrimStsNoErr);
+        ExpectLumaCopied(src, dst, lumaBefore, size.width & ~1, full);
+        for (int c = 1; c < 3; ++c) {
+          for (int y = 0; y < (down ? half : full); ++y) {
+            for (int x = 0; x < cw; ++x) ASSERT_EQ(dst.planes[c].at(x, y), src.planes[c].at(x, down ? 2 * y : y / 2));
+          }
         }
-      }
-      EXPECT_TRUE(dst.GuardsIntact());
-    });
-  }
-}
-
-TEST(ChromaResampleTest, From420To422DoublesChromaRows) {
-  std::mt19937 random(502);
-  for (const Size size : {Size{2, 2}, Size{5, 3}, Size{16, 6}, Size{35, 9}}) {
-    SCOPED_TRACE(::testing::Message() << size.width << "x" << size.height);
-    const int cw = size.width / 2;
-    TestPlanes src(size.width, size.height, cw, size.height / 2, 2);
-    TestPlanes dst(size.width, size.height, cw, size.height & ~1, 0);
-    src.FillRandom(random);
-    dst.FillRandom(random);
-    const TestImage lumaBefore = CopyOf(dst.planes[0]);
-    ASSERT_EQ(PrimYCbCr420To422(src.pointers, src.steps, dst.pointers, dst.steps, size.width, size.height), 0);
-    ExpectLumaCopied(src, dst, lumaBefore, size.width & ~1, size.height & ~1);
-    for (int c = 1; c < 3; ++c) {
-      for (int y = 0; y < (size.height & ~1); ++y) {
-        for (int x = 0; x < cw; ++x) ASSERT_EQ(dst.planes[c].at(x, y), src.planes[c].at(x, y / 2));
-      }
+        EXPECT_TRUE(dst.GuardsIntact());
+      });
     }
-    EXPECT_TRUE(dst.GuardsIntact());
   }
 }
 
@@ -119,24 +96,18 @@ TEST(ChromaResampleTest, From420To422InterlacedFiltersEachField) {
   }
 }
 
-TEST(ChromaResampleTest, InterlacedHeightOfFourCopiesBothFieldsTwice) {
-  const uint8_t luma[8] = {1, 2, 3, 4, 5, 6, 7, 8}, cb[2] = {10, 20}, cr[2] = {30, 40};
-  uint8_t y[8], u[4], v[4];
-  const uint8_t* src[3] = {luma, cb, cr};
+// Anchors the field filter above: with h = 8 the first filtered rows are
+// (5 * 10 + 3 * 50 + 4) >> 3 = 25 and (7 * 20 + 60 + 4) >> 3 = 25 when the
+// next field rows hold 50 and 60; then (10 + 7 * 50 + 4) >> 3 = 45 and
+// (3 * 20 + 5 * 60 + 4) >> 3 = 45.
+TEST(ChromaResampleTest, InterlacedFilterByHand) {
+  const uint8_t luma[16] = {}, chroma[4] = {10, 20, 50, 60};
+  const uint8_t* src[3] = {luma, chroma, chroma};
+  uint8_t y[16], u[8], v[8];
   uint8_t* dst[3] = {y, u, v};
   const int steps[3] = {2, 1, 1};
-  ASSERT_EQ(PrimYCbCr420To422Interlaced(src, steps, dst, steps, 2, 4), PrimStsNoErr);
-  EXPECT_EQ((std::array<int, 4>{u[0], u[1], u[2], u[3]}), (std::array<int, 4>{10, 20, 10, 20}));
-  EXPECT_EQ((std::array<int, 4>{v[0], v[1], v[2], v[3]}), (std::array<int, 4>{30, 40, 30, 40}));
-  // With h = 8 the first filtered rows are (5 * 10 + 3 * 50 + 4) >> 3 = 25 and
-  // (7 * 20 + 60 + 4) >> 3 = 25 when the next field rows hold 50 and 60; then
-  // (10 + 7 * 50 + 4) >> 3 = 45 and (3 * 20 + 5 * 60 + 4) >> 3 = 45.
-  const uint8_t luma8[16] = {}, cb8[4] = {10, 20, 50, 60};
-  const uint8_t* src8[3] = {luma8, cb8, cb8};
-  uint8_t y8[16], u8[8], v8[8];
-  uint8_t* dst8[3] = {y8, u8, v8};
-  ASSERT_EQ(PrimYCbCr420To422Interlaced(src8, steps, dst8, steps, 2, 8), PrimStsNoErr);
-  EXPECT_EQ((std::array<int, 8>{u8[0], u8[1], u8[2], u8[3], u8[4], u8[5], u8[6], u8[7]}),
+  ASSERT_EQ(PrimYCbCr420To422Interlaced(src, steps, dst, steps, 2, 8), PrimStsNoErr);
+  EXPECT_EQ((std::array<int, 8>{u[0], u[1], u[2], u[3], u[4], u[5], u[6], u[7]}),
             (std::array<int, 8>{10, 20, 25, 25, 45, 45, 50, 60}));
 }
 

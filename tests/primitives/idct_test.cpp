@@ -8,8 +8,11 @@
 #include <vector>
 
 #include "primitives/prim.h"
+#include "test_image.h"
 
 namespace {
+
+using prim_test::TestImage;
 
 // The inverse DCT straight from its definition, one pixel at a time:
 // 1/4 sum over u, v of C(u) C(v) F(8v + u) cos((2x+1)u pi/16) cos((2y+1)v pi/16).
@@ -29,21 +32,10 @@ int ReferenceByte(const int16_t* f, int x, int y) {
   return static_cast<int>(std::clamp(std::round(ReferencePixel(f, x, y)), 0.0, 255.0));
 }
 
-// An 8 by 8 block written into a larger image at a step, with the bytes
-// around it watched.
-struct Target {
-  static constexpr int kStep = 13;
-  std::vector<uint8_t> bytes = std::vector<uint8_t>(7 * kStep + 8, 0xA5);  // the last row ends the allocation
-  uint8_t at(int x, int y) const { return bytes[static_cast<size_t>(y) * kStep + x]; }
-  bool GapsUntouched() const {
-    for (int y = 0; y < 7; ++y) {
-      for (int x = 8; x < kStep; ++x) {
-        if (at(x, y) != 0xA5) return false;
-      }
-    }
-    return true;
-  }
-};
+// An 8 by 8 block written at a step of 13 into an image whose guards watch
+// the bytes around it.
+constexpr int kStep = 13;
+TestImage Target() { return TestImage(8, 8, kStep - 8); }
 
 TEST(PrimIDCT8x8Test, MatchesTheDefinitionWithinOne) {
   std::mt19937 random(5);
@@ -51,12 +43,12 @@ TEST(PrimIDCT8x8Test, MatchesTheDefinitionWithinOne) {
   for (int block = 0; block < 200; ++block) {
     alignas(16) int16_t f[64];
     for (int i = 0; i < 64; ++i) f[i] = static_cast<int16_t>(i == 0 ? dc(random) : ac(random) / (1 + i / 8));
-    Target t;
-    ASSERT_EQ(PrimIDCT8x8(f, t.bytes.data(), Target::kStep, 64), PrimStsNoErr);
+    TestImage t = Target();
+    ASSERT_EQ(PrimIDCT8x8(f, t.data(), kStep, 64), PrimStsNoErr);
     for (int y = 0; y < 8; ++y) {
       for (int x = 0; x < 8; ++x) ASSERT_NEAR(t.at(x, y), ReferenceByte(f, x, y), 1) << "block " << block;
     }
-    ASSERT_TRUE(t.GapsUntouched());
+    ASSERT_TRUE(t.GuardsIntact());
   }
 }
 
@@ -69,12 +61,12 @@ TEST(PrimIDCT8x8Test, DcOnlyPath) {
     alignas(16) int16_t f[64];
     std::fill(f, f + 64, int16_t{999});  // not read
     f[0] = c.dc;
-    Target t;
-    ASSERT_EQ(PrimIDCT8x8(f, t.bytes.data(), Target::kStep, 0), PrimStsNoErr);
+    TestImage t = Target();
+    ASSERT_EQ(PrimIDCT8x8(f, t.data(), kStep, 0), PrimStsNoErr);
     for (int y = 0; y < 8; ++y) {
       for (int x = 0; x < 8; ++x) ASSERT_EQ(t.at(x, y), c.pixel) << "dc " << c.dc;
     }
-    EXPECT_TRUE(t.GapsUntouched());
+    EXPECT_TRUE(t.GuardsIntact());
   }
 }
 
@@ -89,33 +81,33 @@ TEST(PrimIDCT8x8Test, ShortScansReadTheUpperLeftSquare) {
     for (int u = 0; u < 4; ++u) square[8 * v + u] = f[8 * v + u];
   }
   for (int count : {1, 9}) {
-    Target shortScan, full;
-    ASSERT_EQ(PrimIDCT8x8(f, shortScan.bytes.data(), Target::kStep, count), PrimStsNoErr);
-    ASSERT_EQ(PrimIDCT8x8(square, full.bytes.data(), Target::kStep, 64), PrimStsNoErr);
-    EXPECT_EQ(shortScan.bytes, full.bytes) << "count " << count;
+    TestImage shortScan = Target(), full = Target();
+    ASSERT_EQ(PrimIDCT8x8(f, shortScan.data(), kStep, count), PrimStsNoErr);
+    ASSERT_EQ(PrimIDCT8x8(square, full.data(), kStep, 64), PrimStsNoErr);
+    EXPECT_EQ(shortScan.Pixels(), full.Pixels()) << "count " << count;
   }
   // From 10 on, every coefficient counts.
-  Target ten, zeroed;
-  ASSERT_EQ(PrimIDCT8x8(f, ten.bytes.data(), Target::kStep, 10), PrimStsNoErr);
-  ASSERT_EQ(PrimIDCT8x8(square, zeroed.bytes.data(), Target::kStep, 10), PrimStsNoErr);
-  EXPECT_NE(ten.bytes, zeroed.bytes);
+  TestImage ten = Target(), zeroed = Target();
+  ASSERT_EQ(PrimIDCT8x8(f, ten.data(), kStep, 10), PrimStsNoErr);
+  ASSERT_EQ(PrimIDCT8x8(square, zeroed.data(), kStep, 10), PrimStsNoErr);
+  EXPECT_NE(ten.Pixels(), zeroed.Pixels());
 }
 
 TEST(PrimIDCT8x8Test, StatusesAndExports) {
   alignas(16) int16_t f[64] = {};
   f[0] = 1024;
-  Target t;
-  EXPECT_EQ(PrimIDCT8x8(nullptr, t.bytes.data(), 8, 64), PrimStsNullPtrErr);
+  TestImage t = Target();
+  EXPECT_EQ(PrimIDCT8x8(nullptr, t.data(), 8, 64), PrimStsNullPtrErr);
   EXPECT_EQ(PrimIDCT8x8(f, nullptr, 0, 64), PrimStsNullPtrErr);  // pointers before the step
-  EXPECT_EQ(PrimIDCT8x8(f, t.bytes.data(), 0, 64), PrimStsStepErr);
-  EXPECT_EQ(t.bytes, std::vector<uint8_t>(t.bytes.size(), 0xA5));
+  EXPECT_EQ(PrimIDCT8x8(f, t.data(), 0, 64), PrimStsStepErr);
+  EXPECT_EQ(t.Pixels(), std::vector<uint8_t>(64, 0xA5));
 
-  EXPECT_EQ(IPP_IDCT(f, t.bytes.data(), Target::kStep, 0), PrimStsNoErr);
+  EXPECT_EQ(IPP_IDCT(f, t.data(), kStep, 0), PrimStsNoErr);
   EXPECT_EQ(t.at(7, 7), 128);
-  EXPECT_EQ(IPP_IDCT(f, nullptr, Target::kStep, 0), PrimStsNullPtrErr);
-  const std::vector<uint8_t> before = t.bytes;
+  EXPECT_EQ(IPP_IDCT(f, nullptr, kStep, 0), PrimStsNullPtrErr);
+  const std::vector<uint8_t> before = t.Pixels();
   EXPECT_EQ(IPP_IDCT8x8(), 0);
-  EXPECT_EQ(t.bytes, before);
+  EXPECT_EQ(t.Pixels(), before);
 }
 
 }  // namespace

@@ -15,58 +15,17 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
-#include <memory>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "primitives/dispatch.h"
 #include "primitives/prim.h"
+#include "test_image.h"
 
 namespace {
 
-// One image operand with its own geometry.
-class Operand {
- public:
-  Operand(int rowBytes, int rows, int padding, int misalign)
-      : rowBytes_(rowBytes),
-        rows_(rows),
-        padding_(padding),
-        misalign_(misalign),
-        step_(rowBytes + padding),
-        front_(kFront + misalign),
-        size_(front_ + (rows - 1) * step_ + rowBytes),
-        storage_(std::make_unique<uint8_t[]>(static_cast<size_t>(size_))) {}
-
-  uint8_t* data() { return storage_.get() + front_; }
-  int step() const { return step_; }
-  int size() const { return size_; }
-  uint8_t* storage() { return storage_.get(); }
-  const uint8_t* storage() const { return storage_.get(); }
-
-  void FillAll(std::mt19937& random) {
-    for (int i = 0; i < size_; ++i) storage_[i] = static_cast<uint8_t>(random());
-  }
-  // The same geometry and bytes.
-  Operand Clone() const {
-    Operand copy(rowBytes_, rows_, padding_, misalign_);
-    std::copy_n(storage_.get(), size_, copy.storage());
-    return copy;
-  }
-
-  // Whether byte i of the storage lies in the first `bytes` bytes of one of the first `rows` rows.
-  bool InRegion(int i, int bytes, int rows) const {
-    if (i < front_) return false;
-    const int offset = i - front_;
-    return offset / step_ < rows && offset % step_ < bytes;
-  }
-
- private:
-  // Storage is 16-byte aligned; kFront keeps the misaligned start inside it.
-  static constexpr int kFront = 32;
-  int rowBytes_, rows_, padding_, misalign_, step_, front_, size_;
-  std::unique_ptr<uint8_t[]> storage_;
-};
+using prim_test::TestImage;
 
 struct Shape {
   int rowBytes, rows;
@@ -115,22 +74,22 @@ class PlaneSlotEquivalence : public ::testing::TestWithParam<int> {
   int Padding() { return random_() % 2 == 0 ? 0 : static_cast<int>(random_() % 37) + 1; }
   int Misalign() { return static_cast<int>(random_() % 4); }
 
-  Operand Make(Shape s, int padding) { return Operand(s.rowBytes, s.rows, padding, Misalign()); }
+  TestImage Make(Shape s, int padding) { return TestImage(s.rowBytes, s.rows, padding, Misalign()); }
 
   // Runs `call(inputs, outputs)` in slot 0 and in the slot under test on the
   // same inputs and compares. `inPlace` outputs start from the same random
   // bytes in both runs (they are inputs too). Samples may differ by at most
   // `tolerance`; the differing ones are counted. Outputs that share a step
   // get the same padding.
-  using Call = std::function<int(std::vector<Operand>&, std::vector<Operand>&)>;
+  using Call = std::function<int(std::vector<TestImage>&, std::vector<TestImage>&)>;
   void Compare(const std::vector<Shape>& inputs, const std::vector<OutputShape>& outputs, const Call& call,
                Options options = {}) {
-    std::vector<Operand> in;
+    std::vector<TestImage> in;
     for (const Shape& s : inputs) {
       in.push_back(Make(s, Padding()));
       in.back().FillAll(random_);
     }
-    std::vector<Operand> reference, variant, referenceBefore, variantBefore;
+    std::vector<TestImage> reference, variant, referenceBefore, variantBefore;
     const int sharedPadding = Padding();
     for (const OutputShape& o : outputs) {
       reference.push_back(Make(o.shape, options.sharedStep ? sharedPadding : Padding()));
@@ -193,7 +152,7 @@ using PackedToSubsampled = int (*)(const uint8_t*, int, uint8_t* const[3], const
 using PackedToPlanar = int (*)(const uint8_t*, int, uint8_t* const[3], int, int, int);
 
 // Planar input operands: luma, then two chroma planes of chromaRows rows.
-int CallPlanarToPacked(PlanarToPacked convert, std::vector<Operand>& in, Operand& out, int width, int height) {
+int CallPlanarToPacked(PlanarToPacked convert, std::vector<TestImage>& in, TestImage& out, int width, int height) {
   const uint8_t* planes[3] = {in[0].data(), in[1].data(), in[2].data()};
   const int steps[3] = {in[0].step(), in[1].step(), in[2].step()};
   return convert(planes, steps, out.data(), out.step(), width, height);
@@ -216,7 +175,7 @@ TEST_P(PlaneSlotEquivalence, PlanarToPacked) {
       const int doneHeight = c.evenPartOnly ? height & ~1 : height;
       const Shape chroma = {(width + 1) / 2, std::max(1, (height + 1) >> c.chromaRowShift)};
       Compare({{width, height}, chroma, chroma}, {{{3 * width, height}, 3 * doneWidth, doneHeight}},
-              [&](std::vector<Operand>& in, std::vector<Operand>& out) {
+              [&](std::vector<TestImage>& in, std::vector<TestImage>& out) {
                 return CallPlanarToPacked(c.convert, in, out[0], width, height);
               },
               {.tolerance = kColourTolerance});
@@ -228,7 +187,7 @@ TEST_P(PlaneSlotEquivalence, PlanarToPacked) {
 TEST_P(PlaneSlotEquivalence, PackedConversions) {
   ForWidths(1, 1, [&](int width, int height) {
     Compare({{3 * width, height}}, {{{3 * width, height}, 3 * width, height}},
-            [&](std::vector<Operand>& in, std::vector<Operand>& out) {
+            [&](std::vector<TestImage>& in, std::vector<TestImage>& out) {
               return PrimYCbCrToRGB(in[0].data(), in[0].step(), out[0].data(), out[0].step(), width, height);
             },
             {.tolerance = kColourTolerance});
@@ -238,7 +197,7 @@ TEST_P(PlaneSlotEquivalence, PackedConversions) {
     ForWidths(1, 1, [&](int width, int height) {
       const OutputShape plane = {{width, height}, width, height};
       Compare({{3 * width, height}}, {plane, plane, plane},
-              [&](std::vector<Operand>& in, std::vector<Operand>& out) {
+              [&](std::vector<TestImage>& in, std::vector<TestImage>& out) {
                 uint8_t* planes[3] = {out[0].data(), out[1].data(), out[2].data()};
                 return convert(in[0].data(), in[0].step(), planes, out[0].step(), width, height);
               },
@@ -269,7 +228,7 @@ TEST_P(PlaneSlotEquivalence, PackedToSubsampled) {
               {{{width, height}, 2 * pairs, lumaRows},
                {chroma, pairs, height / c.chromaRows},
                {chroma, pairs, height / c.chromaRows}},
-              [&](std::vector<Operand>& in, std::vector<Operand>& out) {
+              [&](std::vector<TestImage>& in, std::vector<TestImage>& out) {
                 uint8_t* planes[3] = {out[0].data(), out[1].data(), out[2].data()};
                 const int steps[3] = {out[0].step(), out[1].step(), out[2].step()};
                 return c.convert(in[0].data(), in[0].step(), planes, steps, width, height);
@@ -289,7 +248,7 @@ TEST_P(PlaneSlotEquivalence, InterlacedChromaUpsampling) {
             {{{width, height}, doneWidth, doneHeight},
              {chromaOut, doneWidth / 2, doneHeight},
              {chromaOut, doneWidth / 2, doneHeight}},
-            [&](std::vector<Operand>& in, std::vector<Operand>& out) {
+            [&](std::vector<TestImage>& in, std::vector<TestImage>& out) {
               const uint8_t* src[3] = {in[0].data(), in[1].data(), in[2].data()};
               const int srcSteps[3] = {in[0].step(), in[1].step(), in[2].step()};
               uint8_t* dst[3] = {out[0].data(), out[1].data(), out[2].data()};
@@ -303,7 +262,7 @@ TEST_P(PlaneSlotEquivalence, CopyAndFill) {
   // Copies above 1 MiB take another path in the faster slots.
   const auto copy = [&](int width, int height) {
     Compare({{width, height}}, {{{width, height}, width, height}},
-            [&](std::vector<Operand>& in, std::vector<Operand>& out) {
+            [&](std::vector<TestImage>& in, std::vector<TestImage>& out) {
               return PrimCopyPlane(in[0].data(), in[0].step(), out[0].data(), out[0].step(), width, height);
             });
   };
@@ -312,7 +271,7 @@ TEST_P(PlaneSlotEquivalence, CopyAndFill) {
   ForWidths(1, 1, [&](int width, int height) {
     copy(width, height);
     const auto value = static_cast<uint8_t>(random_());
-    Compare({}, {{{width, height}, width, height}}, [&](std::vector<Operand>&, std::vector<Operand>& out) {
+    Compare({}, {{{width, height}, width, height}}, [&](std::vector<TestImage>&, std::vector<TestImage>& out) {
       return PrimSetPlane(value, out[0].data(), out[0].step(), width, height);
     });
   });
@@ -322,25 +281,25 @@ TEST_P(PlaneSlotEquivalence, DifferenceFrameFamily) {
   ForWidths(1, 1, [&](int width, int height) {
     const Shape plane = {width, height};
     const OutputShape whole = {plane, width, height};
-    Compare({plane, plane}, {whole}, [&](std::vector<Operand>& in, std::vector<Operand>& out) {
+    Compare({plane, plane}, {whole}, [&](std::vector<TestImage>& in, std::vector<TestImage>& out) {
       // Steps below the width are refused, so each step here is at least the width.
       return PrimAbsDiff(in[0].data(), in[0].step(), in[1].data(), in[1].step(), out[0].data(), out[0].step(), width,
                          height);
     });
     const auto value = static_cast<uint8_t>(random_());
     Compare({}, {whole},
-            [&](std::vector<Operand>&, std::vector<Operand>& out) {
+            [&](std::vector<TestImage>&, std::vector<TestImage>& out) {
               return PrimThresholdLow(out[0].data(), out[0].step(), width, height, value);
             },
             {.inPlace = true});
     Compare({}, {whole},
-            [&](std::vector<Operand>&, std::vector<Operand>& out) {
+            [&](std::vector<TestImage>&, std::vector<TestImage>& out) {
               return PrimThresholdHigh(out[0].data(), out[0].step(), width, height, value);
             },
             {.inPlace = true});
     for (int op = PrimCmpLess; op <= PrimCmpGreater + 1; ++op) {
       Compare({plane}, {{plane, op <= PrimCmpGreater ? width : 0, height}},
-              [&](std::vector<Operand>& in, std::vector<Operand>& out) {
+              [&](std::vector<TestImage>& in, std::vector<TestImage>& out) {
                 return PrimCompareConst(in[0].data(), in[0].step(), value, out[0].data(), out[0].step(), width, height,
                                         op);
               });
@@ -350,14 +309,14 @@ TEST_P(PlaneSlotEquivalence, DifferenceFrameFamily) {
     const uint8_t bounds[][2] = {
         {0, 255}, {value, value}, {static_cast<uint8_t>(value / 2), value}, {0, value}, {value, 255}};
     for (const auto& b : bounds) {
-      Compare({plane}, {{{4, 1}, 4, 1}}, [&](std::vector<Operand>& in, std::vector<Operand>& out) {
+      Compare({plane}, {{{4, 1}, 4, 1}}, [&](std::vector<TestImage>& in, std::vector<TestImage>& out) {
         int count = -1;
         const int status = PrimCountInRange(in[0].data(), in[0].step(), width, height, &count, b[0], b[1]);
         std::memcpy(out[0].data(), &count, 4);
         return status;
       });
     }
-    Compare({plane}, {{{1, 1}, 1, 1}}, [&](std::vector<Operand>& in, std::vector<Operand>& out) {
+    Compare({plane}, {{{1, 1}, 1, 1}}, [&](std::vector<TestImage>& in, std::vector<TestImage>& out) {
       return PrimMax(in[0].data(), in[0].step(), width, height, out[0].data());
     });
   });
@@ -368,14 +327,14 @@ TEST_P(PlaneSlotEquivalence, ScaledSumAndProduct) {
     const Shape plane = {width, height};
     for (int scale : {-9, -8, -3, -1, 0, 1, 2, 5, 9, 10}) {
       SCOPED_TRACE(::testing::Message() << "scale " << scale);
-      Compare({plane, plane}, {{plane, width, height}}, [&](std::vector<Operand>& in, std::vector<Operand>& out) {
+      Compare({plane, plane}, {{plane, width, height}}, [&](std::vector<TestImage>& in, std::vector<TestImage>& out) {
         return PrimAddScaled(in[0].data(), in[0].step(), in[1].data(), in[1].step(), out[0].data(), out[0].step(),
                              width, height, scale);
       });
     }
     for (int value : {0, 1, 128, 254, 255, static_cast<int>(random_() % 256)}) {
       Compare({{3 * width, height}}, {{{3 * width, height}, 3 * width, height}},
-              [&](std::vector<Operand>& in, std::vector<Operand>& out) {
+              [&](std::vector<TestImage>& in, std::vector<TestImage>& out) {
                 return PrimMulScaleRGB(in[0].data(), in[0].step(), static_cast<uint8_t>(value), out[0].data(),
                                        out[0].step(), width, height);
               });

@@ -7,27 +7,24 @@
 #include <vector>
 
 #include "primitives/prim.h"
+#include "test_image.h"
 
 namespace {
 
-// A plane whose last row ends exactly at the end of its allocation, so that
-// the sanitizer run catches any read or write past it.
-struct Plane {
-  int width, height, step;
-  std::vector<uint8_t> bytes;
-  Plane(int w, int h, int s, uint8_t fill = 0)
-      : width(w), height(h), step(s), bytes(static_cast<size_t>(s) * (h - 1) + w, fill) {}
-  uint8_t& at(int x, int y) { return bytes[static_cast<size_t>(y) * step + x]; }
-  uint8_t at(int x, int y) const { return bytes[static_cast<size_t>(y) * step + x]; }
-};
+using prim_test::TestImage;
 
-Plane RandomPlane(int w, int h, int step, uint32_t seed) {
-  Plane p(w, h, step, 0xEE);
+// A plane of `width` bytes a row, `step` apart, filled with `fill`.
+TestImage Image(int width, int height, int step, uint8_t fill = 0) {
+  TestImage image(width, height, step - width);
+  image.Fill(fill);
+  return image;
+}
+
+TestImage RandomPlane(int width, int height, int step, uint32_t seed) {
+  TestImage image(width, height, step - width);
   std::mt19937 random(seed);
-  for (int y = 0; y < h; ++y) {
-    for (int x = 0; x < w; ++x) p.at(x, y) = static_cast<uint8_t>(random());
-  }
-  return p;
+  image.FillRandom(random);
+  return image;
 }
 
 struct Call {
@@ -37,27 +34,22 @@ struct Call {
 };
 
 // Runs the resize with a work buffer of exactly the size asked for.
-int Resize(const Plane& src, Plane& dst, const Call& c) {
+int Resize(const TestImage& src, TestImage& dst, const Call& c) {
   int32_t size = 0;
   EXPECT_EQ(PrimResizeGetBufferSize(c.srcRect, c.dstRect, 1, c.code, &size), PrimStsNoErr);
   std::vector<uint8_t> buffer(static_cast<size_t>(size));
-  return PrimResizePlane(src.bytes.data(), src.width, src.height, src.step, c.srcRect, dst.bytes.data(), dst.step,
+  return PrimResizePlane(src.data(), src.rowBytes(), src.rows(), src.step(), c.srcRect, dst.data(), dst.step(),
                          c.dstRect, c.xFactor, c.yFactor, c.xShift, c.yShift, c.code, buffer.data());
 }
 
-Call Whole(const Plane& src, const Plane& dst, int code) {
-  return {{0, 0, src.width, src.height},
-          {0, 0, dst.width, dst.height},
-          static_cast<double>(dst.width) / src.width,
-          static_cast<double>(dst.height) / src.height,
+Call Whole(const TestImage& src, const TestImage& dst, int code) {
+  return {{0, 0, src.rowBytes(), src.rows()},
+          {0, 0, dst.rowBytes(), dst.rows()},
+          static_cast<double>(dst.rowBytes()) / src.rowBytes(),
+          static_cast<double>(dst.rows()) / src.rows(),
           0,
           0,
           code};
-}
-
-std::vector<uint8_t> Row(const Plane& p, int y) {
-  return {p.bytes.begin() + static_cast<ptrdiff_t>(y) * p.step,
-          p.bytes.begin() + static_cast<ptrdiff_t>(y) * p.step + p.width};
 }
 
 // The cubic of the resize in double precision, straight from its definition.
@@ -67,7 +59,7 @@ double CubicWeight(double d) {
   return 0;
 }
 
-double ReferenceCubic(const Plane& src, int dx, int dy, const Call& c) {
+double ReferenceCubic(const TestImage& src, int dx, int dy, const Call& c) {
   auto taps = [](double position, int length, int* index, double* weight) {
     const double floor = std::floor(position);
     const int base = std::clamp(static_cast<int>(floor), -1, length - 1);
@@ -78,8 +70,8 @@ double ReferenceCubic(const Plane& src, int dx, int dy, const Call& c) {
   };
   int xi[4], yi[4];
   double xw[4], yw[4];
-  taps((dx + 0.5) / c.xFactor - c.xShift / c.xFactor - 0.5, src.width, xi, xw);
-  taps((dy + 0.5) / c.yFactor - c.yShift / c.yFactor - 0.5, src.height, yi, yw);
+  taps((dx + 0.5) / c.xFactor - c.xShift / c.xFactor - 0.5, src.rowBytes(), xi, xw);
+  taps((dy + 0.5) / c.yFactor - c.yShift / c.yFactor - 0.5, src.rows(), yi, yw);
   double sum = 0;
   for (int j = 0; j < 4; ++j) {
     for (int k = 0; k < 4; ++k) sum += yw[j] * xw[k] * src.at(xi[k], yi[j]);
@@ -89,7 +81,7 @@ double ReferenceCubic(const Plane& src, int dx, int dy, const Call& c) {
 
 // The mean of the source over the box of a destination pixel, by area, with
 // the parts outside the source rectangle taking its edge pixels.
-double ReferenceBoxMean(const Plane& src, int dx, int dy, const Call& c) {
+double ReferenceBoxMean(const TestImage& src, int dx, int dy, const Call& c) {
   struct Tap {
     int index;
     double weight;
@@ -121,38 +113,38 @@ void ExpectPixel(int actual, double reference, int x, int y) {
 }
 
 template <typename Reference>
-void ExpectMatchesReference(const Plane& src, const Plane& dst, const Call& c, Reference reference) {
-  for (int y = 0; y < dst.height; ++y) {
-    for (int x = 0; x < dst.width; ++x) ExpectPixel(dst.at(x, y), reference(src, x, y, c), x, y);
+void ExpectMatchesReference(const TestImage& src, const TestImage& dst, const Call& c, Reference reference) {
+  for (int y = 0; y < dst.rows(); ++y) {
+    for (int x = 0; x < dst.rowBytes(); ++x) ExpectPixel(dst.at(x, y), reference(src, x, y, c), x, y);
   }
 }
 
 TEST(PrimResizePlaneTest, FactorOneReproducesTheSource) {
-  const Plane src = RandomPlane(37, 23, 41, 1);
+  const TestImage src = RandomPlane(37, 23, 41, 1);
   for (int code : {PrimInterCubic, PrimInterCatmullRom, PrimInterLanczos, PrimInterSuper, PrimInterNearest}) {
-    Plane dst(37, 23, 40);
+    TestImage dst = Image(37, 23, 40);
     ASSERT_EQ(Resize(src, dst, Whole(src, dst, code)), PrimStsNoErr);
-    for (int y = 0; y < 23; ++y) EXPECT_EQ(Row(dst, y), Row(src, y)) << "code " << code << " row " << y;
+    for (int y = 0; y < 23; ++y) EXPECT_EQ(dst.Row(y), src.Row(y)) << "code " << code << " row " << y;
   }
 }
 
 TEST(PrimResizePlaneTest, CubicWeightsAtHalfAndQuarter) {
   // At fraction 1/2 the taps weigh -1/16, 9/16, 9/16, -1/16: column 0 reads
   // columns 0, 0, 1, 2, the last one 4, 5, 5, 5, and 117.5 rounds up.
-  Plane src(6, 4, 6);
+  TestImage src = Image(6, 4, 6);
   const uint8_t ramp[6] = {10, 20, 40, 80, 160, 240};
   for (int y = 0; y < 4; ++y) std::copy(ramp, ramp + 6, &src.at(0, y));
-  Plane dst(6, 4, 6);
+  TestImage dst = Image(6, 4, 6);
   ASSERT_EQ(Resize(src, dst, {{0, 0, 6, 4}, {0, 0, 6, 4}, 1.0, 1.0, -0.5, 0.0, PrimInterCubic}), PrimStsNoErr);
-  for (int y = 0; y < 4; ++y) EXPECT_EQ(Row(dst, y), (std::vector<uint8_t>{14, 28, 56, 118, 205, 245})) << y;
+  for (int y = 0; y < 4; ++y) EXPECT_EQ(dst.Row(y), (std::vector<uint8_t>{14, 28, 56, 118, 205, 245})) << y;
 
   // The four-point cubic passes through every cubic polynomial: x^3 sampled
   // at x + 1/4 in the columns whose taps lie inside.
-  Plane cube(7, 4, 7);
+  TestImage cube = Image(7, 4, 7);
   for (int y = 0; y < 4; ++y) {
     for (int x = 0; x < 7; ++x) cube.at(x, y) = static_cast<uint8_t>(x * x * x);
   }
-  Plane out(7, 4, 7);
+  TestImage out = Image(7, 4, 7);
   ASSERT_EQ(Resize(cube, out, {{0, 0, 7, 4}, {0, 0, 7, 4}, 1.0, 1.0, -0.25, 0.0, PrimInterCubic}), PrimStsNoErr);
   EXPECT_EQ(out.at(1, 2), 2);   // 1.953125
   EXPECT_EQ(out.at(2, 2), 11);  // 11.390625
@@ -160,44 +152,51 @@ TEST(PrimResizePlaneTest, CubicWeightsAtHalfAndQuarter) {
   EXPECT_EQ(out.at(4, 2), 77);  // 76.765625
 }
 
-TEST(PrimResizePlaneTest, CubicMatchesItsDefinitionOnRandomPlanes) {
+TEST(PrimResizePlaneTest, CubicAndSupersamplingMatchTheirDefinitionsOnRandomPlanes) {
   struct Case {
-    int sw, sh, dw, dh;
+    int code, sw, sh, dw, dh;
   };
-  const Case cases[] = {{40, 30, 15, 11}, {13, 9, 40, 33}, {64, 7, 17, 20}, {5, 5, 12, 3}};
+  const Case cases[] = {{PrimInterCubic, 40, 30, 15, 11}, {PrimInterCubic, 13, 9, 40, 33},
+                        {PrimInterCubic, 64, 7, 17, 20},  {PrimInterCubic, 5, 5, 12, 3},
+                        {PrimInterSuper, 240, 135, 90, 60}, {PrimInterSuper, 29, 31, 13, 19},
+                        {PrimInterSuper, 50, 9, 49, 4},   {PrimInterSuper, 7, 40, 3, 39},
+                        {PrimInterSuper, 3, 1, 2, 1}};  // boxes [0, 1.5) and [1.5, 3)
   uint32_t seed = 10;
   for (const Case& k : cases) {
-    const Plane src = RandomPlane(k.sw, k.sh, k.sw + 3, seed++);
-    Plane dst(k.dw, k.dh, k.dw + 1);
-    const Call c = Whole(src, dst, PrimInterCubic);
+    SCOPED_TRACE(::testing::Message() << "code " << k.code << ", " << k.sw << "x" << k.sh << " to " << k.dw << "x"
+                                      << k.dh);
+    const TestImage src = RandomPlane(k.sw, k.sh, k.sw + 3, seed++);
+    TestImage dst = Image(k.dw, k.dh, k.dw + 1);
+    const Call c = Whole(src, dst, k.code);
     ASSERT_EQ(Resize(src, dst, c), PrimStsNoErr);
-    ExpectMatchesReference(src, dst, c, ReferenceCubic);
+    ExpectMatchesReference(src, dst, c, k.code == PrimInterCubic ? ReferenceCubic : ReferenceBoxMean);
+    EXPECT_TRUE(dst.GuardsIntact());
   }
 }
 
 TEST(PrimResizePlaneTest, NarrowSourcesInterpolateLinearly) {
   // Three columns: cubic gives way to two taps at the same positions.
-  Plane src(3, 1, 3);
+  TestImage src = Image(3, 1, 3);
   src.at(0, 0) = 0;
   src.at(1, 0) = 100;
   src.at(2, 0) = 200;
-  Plane dst(6, 2, 6);
+  TestImage dst = Image(6, 2, 6);
   ASSERT_EQ(Resize(src, dst, Whole(src, dst, PrimInterCubic)), PrimStsNoErr);
-  for (int y = 0; y < 2; ++y) EXPECT_EQ(Row(dst, y), (std::vector<uint8_t>{0, 25, 75, 125, 175, 200})) << y;
+  for (int y = 0; y < 2; ++y) EXPECT_EQ(dst.Row(y), (std::vector<uint8_t>{0, 25, 75, 125, 175, 200})) << y;
 }
 
 TEST(PrimResizePlaneTest, EnlargedEdgesKeepTheEdgeValue) {
-  Plane src(8, 6, 8, 200);
-  Plane dst(21, 17, 21, 0);
+  TestImage src = Image(8, 6, 8, 200);
+  TestImage dst = Image(21, 17, 21, 0);
   for (int code : {PrimInterCubic, PrimInterLanczos, PrimInterCatmullRom}) {
     ASSERT_EQ(Resize(src, dst, Whole(src, dst, code)), PrimStsNoErr);
-    for (int y = 0; y < 17; ++y) EXPECT_EQ(Row(dst, y), std::vector<uint8_t>(21, 200)) << code << " row " << y;
+    for (int y = 0; y < 17; ++y) EXPECT_EQ(dst.Row(y), std::vector<uint8_t>(21, 200)) << code << " row " << y;
   }
 }
 
 TEST(PrimResizePlaneTest, SupersamplingByTwoAveragesFourPixels) {
-  const Plane src = RandomPlane(30, 18, 33, 3);
-  Plane dst(15, 9, 15);
+  const TestImage src = RandomPlane(30, 18, 33, 3);
+  TestImage dst = Image(15, 9, 15);
   ASSERT_EQ(Resize(src, dst, Whole(src, dst, PrimInterSuper)), PrimStsNoErr);
   for (int y = 0; y < 9; ++y) {
     for (int x = 0; x < 15; ++x) {
@@ -208,36 +207,11 @@ TEST(PrimResizePlaneTest, SupersamplingByTwoAveragesFourPixels) {
   }
 }
 
-TEST(PrimResizePlaneTest, SupersamplingWeighsFractionalPixels) {
-  // Factor 2/3 across: boxes [0, 1.5) and [1.5, 3), rows one to one.
-  Plane src(3, 1, 3);
-  src.at(0, 0) = 30;
-  src.at(1, 0) = 60;
-  src.at(2, 0) = 100;
-  Plane dst(2, 1, 2);
-  ASSERT_EQ(Resize(src, dst, {{0, 0, 3, 1}, {0, 0, 2, 1}, 2.0 / 3, 1.0, 0, 0, PrimInterSuper}), PrimStsNoErr);
-  EXPECT_EQ(dst.at(0, 0), 40);  // (30 + 60 / 2) * 2/3
-  EXPECT_EQ(dst.at(1, 0), 87);  // (60 / 2 + 100) * 2/3 = 86.67
-
-  struct Case {
-    int sw, sh, dw, dh;
-  };
-  const Case cases[] = {{1920 / 8, 1080 / 8, 720 / 8, 480 / 8}, {29, 31, 13, 19}, {50, 9, 49, 4}, {7, 40, 3, 39}};
-  uint32_t seed = 20;
-  for (const Case& k : cases) {
-    const Plane random = RandomPlane(k.sw, k.sh, k.sw + 5, seed++);
-    Plane out(k.dw, k.dh, k.dw + 2);
-    const Call c = Whole(random, out, PrimInterSuper);
-    ASSERT_EQ(Resize(random, out, c), PrimStsNoErr);
-    ExpectMatchesReference(random, out, c, ReferenceBoxMean);
-  }
-}
-
 TEST(PrimResizePlaneTest, SupersamplingKeepsToTheSourceRectangle) {
   // A 10-column rectangle inside a wider plane, reduced by 0.35: the last box
   // reaches past the rectangle and counts its edge column instead.
-  Plane src = RandomPlane(16, 4, 16, 5);
-  Plane dst(4, 4, 4);
+  const TestImage src = RandomPlane(16, 4, 16, 5);
+  TestImage dst = Image(4, 4, 4);
   const Call c{{3, 0, 10, 4}, {0, 0, 4, 4}, 0.35, 1.0, 0, 0, PrimInterSuper};
   ASSERT_EQ(Resize(src, dst, c), PrimStsNoErr);
   // x0 * 0.35 = 1.05: destination columns 1 to 3; the first box starts
@@ -249,9 +223,9 @@ TEST(PrimResizePlaneTest, SupersamplingKeepsToTheSourceRectangle) {
 }
 
 TEST(PrimResizePlaneTest, WritesOnlyInsideTheDestinationRectangle) {
-  const Plane src = RandomPlane(20, 14, 20, 7);
+  const TestImage src = RandomPlane(20, 14, 20, 7);
   for (int code : {PrimInterCubic, PrimInterSuper, PrimInterLanczos}) {
-    Plane dst(30, 20, 31, 0x5A);
+    TestImage dst = Image(30, 20, 31, 0x5A);
     const Call c{{2, 3, 15, 10}, {4, 5, 9, 6}, 0.7, 0.5, 0, 0, code};
     ASSERT_EQ(Resize(src, dst, c), PrimStsNoErr);
     // The rectangle maps to [1.4, 11.9) across and [1.5, 6.5) down; inside the
@@ -268,8 +242,8 @@ TEST(PrimResizePlaneTest, WritesOnlyInsideTheDestinationRectangle) {
 TEST(PrimResizePlaneTest, ExtremeGeometryStaysInsideItsBuffers) {
   // Run under the sanitizers: tiny and huge factors, shifts that push the
   // picture off either side, boxes far wider than the source rectangle.
-  const Plane src = RandomPlane(9, 7, 9, 8);
-  Plane dst(40, 30, 40, 0);
+  const TestImage src = RandomPlane(9, 7, 9, 8);
+  TestImage dst = Image(40, 30, 40, 0);
   int written = 0;
   const int codes[] = {PrimInterCubic, PrimInterLanczos, PrimInterNearest, PrimInterCubicBSpline, PrimInterSuper};
   for (int code : codes) {
@@ -288,30 +262,31 @@ TEST(PrimResizePlaneTest, ExtremeGeometryStaysInsideItsBuffers) {
 
 TEST(PrimResizePlaneTest, OtherKernels) {
   // Nearest: each source pixel twice.
-  const Plane src = RandomPlane(5, 4, 5, 9);
-  Plane twice(10, 8, 10);
+  const TestImage src = RandomPlane(5, 4, 5, 9);
+  TestImage twice = Image(10, 8, 10);
   ASSERT_EQ(Resize(src, twice, Whole(src, twice, PrimInterNearest)), PrimStsNoErr);
   for (int y = 0; y < 8; ++y) {
     for (int x = 0; x < 10; ++x) EXPECT_EQ(twice.at(x, y), src.at(x / 2, y / 2)) << x << "," << y;
   }
   // The cubic B-spline smooths at factor 1 with weights 1/6, 4/6, 1/6.
-  Plane line(9, 6, 9, 0);
+  TestImage line = Image(9, 6, 9, 0);
   for (int y = 0; y < 6; ++y) line.at(4, y) = 240;
-  Plane smooth(9, 6, 9);
+  TestImage smooth = Image(9, 6, 9);
   ASSERT_EQ(Resize(line, smooth, Whole(line, smooth, PrimInterCubicBSpline)), PrimStsNoErr);
-  EXPECT_EQ(Row(smooth, 3), (std::vector<uint8_t>{0, 0, 0, 40, 160, 40, 0, 0, 0}));
+  EXPECT_EQ(smooth.Row(3), (std::vector<uint8_t>{0, 0, 0, 40, 160, 40, 0, 0, 0}));
 }
 
 TEST(PrimResizePlaneTest, StatusesInTheirOrder) {
-  Plane src(8, 8, 8, 77), dst(8, 8, 8, 9);
+  const TestImage src = Image(8, 8, 8, 77);
+  TestImage dst = Image(8, 8, 8, 9);
   std::vector<uint8_t> buffer(1 << 16);
   const PlaneRect whole{0, 0, 8, 8};
   auto resize = [&](const uint8_t* s, int width, PlaneRect srcRect, uint8_t* d, PlaneRect dstRect, double xf,
                     double xs, int code, uint8_t* b) {
     return PrimResizePlane(s, width, 8, 8, srcRect, d, 8, dstRect, xf, 1.0, xs, 0.0, code, b);
   };
-  const uint8_t* s = src.bytes.data();
-  uint8_t* d = dst.bytes.data();
+  const uint8_t* s = src.data();
+  uint8_t* d = dst.data();
   uint8_t* b = buffer.data();
   EXPECT_EQ(resize(nullptr, 8, whole, d, whole, 1, 0, 4, b), PrimStsNullPtrErr);
   EXPECT_EQ(resize(s, 8, whole, nullptr, whole, 1, 0, 4, b), PrimStsNullPtrErr);
@@ -327,9 +302,9 @@ TEST(PrimResizePlaneTest, StatusesInTheirOrder) {
   EXPECT_EQ(resize(s, 8, {0, 8, 4, 4}, d, whole, 1, 0, 8, b), PrimStsNoSourceOverlap);
   EXPECT_EQ(resize(s, 8, whole, d, whole, 1, -100, 4, b), PrimStsNoDestination);
   EXPECT_EQ(resize(s, 8, whole, d, {4, 0, 4, 8}, 0.5, 0, 8, b), PrimStsNoDestination);
-  EXPECT_EQ(dst.bytes, std::vector<uint8_t>(dst.bytes.size(), 9));  // none of them wrote
+  EXPECT_EQ(dst.Pixels(), std::vector<uint8_t>(64, 9));  // none of them wrote
   EXPECT_EQ(resize(s, 8, whole, d, whole, 1, 0, static_cast<int>(0x40000004u), b), PrimStsNoErr);  // one flag
-  EXPECT_EQ(dst.bytes, std::vector<uint8_t>(dst.bytes.size(), 77));
+  EXPECT_EQ(dst.Pixels(), std::vector<uint8_t>(64, 77));
 }
 
 TEST(PrimResizeGetBufferSizeTest, StatusesAndSharedBuffers) {
@@ -353,11 +328,11 @@ TEST(PrimResizeGetBufferSizeTest, StatusesAndSharedBuffers) {
     ASSERT_EQ(PrimResizeGetBufferSize(luma, target, 1, code, &size), PrimStsNoErr);
     std::vector<uint8_t> buffer(static_cast<size_t>(size));
     for (int divisor : {1, 2}) {
-      const Plane src = RandomPlane(1920 / divisor, 1080 / divisor, 1920 / divisor, 30 + divisor);
-      Plane dst(720 / divisor, 480 / divisor, 720 / divisor);
+      const TestImage src = RandomPlane(1920 / divisor, 1080 / divisor, 1920 / divisor, 30 + divisor);
+      TestImage dst = Image(720 / divisor, 480 / divisor, 720 / divisor);
       const Call c = Whole(src, dst, code);
-      EXPECT_EQ(PrimResizePlane(src.bytes.data(), src.width, src.height, src.step, c.srcRect, dst.bytes.data(),
-                                dst.step, c.dstRect, 0.375, 480.0 / 1080, 0, 0, code, buffer.data()),
+      EXPECT_EQ(PrimResizePlane(src.data(), src.rowBytes(), src.rows(), src.step(), c.srcRect, dst.data(),
+                                dst.step(), c.dstRect, 0.375, 480.0 / 1080, 0, 0, code, buffer.data()),
                 PrimStsNoErr);
     }
   }
