@@ -117,16 +117,12 @@ TEST_F(SilentAC3RequestTest, PicksTheHighestFrameNotAboveTheRate) {
   }
 }
 
-std::string ReadAll(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  EXPECT_TRUE(file.good()) << path;
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
 TEST(SilentAC3Test, CheckedInTableIsTheGeneratorsOutput) {
   const auto generated = RunProcess(CORVANE_BUILD_DIR "/bin/corvane_ac3gen");
   ASSERT_EQ(generated.exitStatus, 0);
-  EXPECT_TRUE(generated.output == ReadAll(CORVANE_TEST_DATA "/../../src/audioparse/silent_ac3_frames.cpp"))
+  const std::string checkedIn =
+      corvane::test::ReadWholeFile(CORVANE_TEST_DATA "/../../src/audioparse/silent_ac3_frames.cpp");
+  EXPECT_TRUE(generated.output == checkedIn)
       << "regenerate with: build/bin/corvane_ac3gen src/audioparse/silent_ac3_frames.cpp";
 }
 
@@ -142,7 +138,7 @@ Decoded DecodeWithFFmpeg(const std::string& stream) {
   const std::string errors = folder.Path() + "/errors";
   const auto decoded = RunProcess("ffmpeg -nostdin -hide_banner -v error -err_detect crccheck+explode -f ac3 -i '" +
                                   input + "' -f s16le - 2>'" + errors + "'");
-  return {decoded.output, ReadAll(errors)};
+  return {decoded.output, corvane::test::ReadWholeFile(errors)};
 }
 
 TEST(SilentAC3Test, FFmpegDecodesEveryFrameAsSilence) {

@@ -18,6 +18,7 @@
 namespace {
 
 using corvane::test::ProcessResult;
+using Bytes = std::vector<uint8_t>;
 
 ProcessResult RunTool(const std::string& arguments) {
   return corvane::test::RunProcess(std::string(CORVANE_TOOL_PATH) + " " + arguments + " 2>&1");
@@ -67,11 +68,6 @@ Sound Tones(int rate, const std::vector<double>& frequencies, size_t frames, dou
     }
   }
   return sound;
-}
-
-std::vector<uint8_t> ReadBytes(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::vector<uint8_t>(std::istreambuf_iterator<char>(in), {});
 }
 
 void WriteBytes(const std::string& path, const std::vector<uint8_t>& bytes) {
@@ -155,7 +151,7 @@ TEST_F(AudioCommandsTest, S302MRoundTripKeepsTheTopTwentyBits) {
   WriteSound(Path("in.wav"), in, SF_FORMAT_PCM_24);
   ASSERT_EQ(RunTool("s302m encode " + Path("in.wav") + " " + Path("units.302m")).exitStatus, 0);
   // 5000 samples: two units of 1920 and one of 1160, 6 bytes a sample each.
-  EXPECT_EQ(ReadBytes(Path("units.302m")).size(), 3 * 4 + 5000u * 6);
+  EXPECT_EQ(corvane::test::ReadWholeFile<Bytes>(Path("units.302m")).size(), 3 * 4 + 5000u * 6);
   const ProcessResult result = RunTool("s302m decode " + Path("units.302m") + " " + Path("back.wav"));
   ASSERT_EQ(result.exitStatus, 0) << result.output;
   EXPECT_NE(result.output.find("3 units, 2 channels of 20 bits, 5000 samples a channel"), std::string::npos)
@@ -181,9 +177,9 @@ TEST_F(AudioCommandsTest, S302MRoundTripKeepsTheTopTwentyBits) {
 }
 
 TEST_F(AudioCommandsTest, S302MDecodeOfFFmpegUnitsAndOfDamagedFiles) {
-  const std::vector<uint8_t> unit = ReadBytes(std::string(CORVANE_TEST_DATA) + "/s302m_ffmpeg_16bit_stereo.302m");
-  const std::vector<uint8_t> reference =
-      ReadBytes(std::string(CORVANE_TEST_DATA) + "/s302m_ffmpeg_16bit_stereo.s16le");
+  const std::string stem = std::string(CORVANE_TEST_DATA) + "/s302m_ffmpeg_16bit_stereo";
+  const Bytes unit = corvane::test::ReadWholeFile<Bytes>(stem + ".302m");
+  const Bytes reference = corvane::test::ReadWholeFile<Bytes>(stem + ".s16le");
   std::vector<uint8_t> twice = unit;
   twice.insert(twice.end(), unit.begin(), unit.end());
   WriteBytes(Path("twice.302m"), twice);

@@ -11,15 +11,16 @@
 #include <vector>
 
 #include "support/library_checks.h"
+#include "support/temp_folder.h"
 
 namespace {
 
 using Bytes = std::vector<unsigned char>;
 
-Bytes ReadFile(const std::string& name) {
-  std::ifstream in(std::string(CORVANE_TEST_DATA) + "/" + name, std::ios::binary);
-  EXPECT_TRUE(in.good()) << name;
-  return Bytes(std::istreambuf_iterator<char>(in), {});
+Bytes ReadTestData(const std::string& name) {
+  const Bytes bytes = corvane::test::ReadWholeFile<Bytes>(std::string(CORVANE_TEST_DATA) + "/" + name);
+  EXPECT_FALSE(bytes.empty()) << name;
+  return bytes;
 }
 
 // A header: audio_packet_size, then number_channels, channel_identification,
@@ -178,8 +179,8 @@ TEST_F(SMPTE302MEncode, LongBlocksBecomeSeveralUnits) {
 template <typename Reference>
 void ExpectFFmpegDecoding(const std::string& stem, const char* referenceExtension, unsigned bits, unsigned channels,
                           unsigned samples) {
-  const Bytes units = ReadFile(stem + ".302m");
-  const Bytes referenceBytes = ReadFile(stem + referenceExtension);
+  const Bytes units = ReadTestData(stem + ".302m");
+  const Bytes referenceBytes = ReadTestData(stem + referenceExtension);
   std::vector<Reference> reference(referenceBytes.size() / sizeof(Reference));
   std::memcpy(reference.data(), referenceBytes.data(), reference.size() * sizeof(Reference));
   ASSERT_EQ(reference.size(), channels * samples);

@@ -22,10 +22,7 @@ namespace fs = std::filesystem;
 class FrameDumpTest : public ::testing::Test {
  protected:
   std::string Path(const std::string& name) const { return folder_.Path() + "/" + name; }
-  static std::string Read(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-  }
+  static std::string Read(const std::string& path) { return corvane::test::ReadWholeFile(path); }
 
   corvane::test::TempFolder folder_;
 };

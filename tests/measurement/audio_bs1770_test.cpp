@@ -263,7 +263,7 @@ TEST(CAudioBS1770Test, SaveLoudnessCurveWritesTheTextFile) {
   const std::string path = folder.Path() + "/curve.txt";
   CAudioBS1770 meter(1, 48000, kEbu);
   meter.SaveLoudnessCurve(path, {{-23.456, 0.0}, {-128.0, 0.0}, {-0.004, 0.0}});
-  EXPECT_EQ(ReadText(path), "sample, lkfs, peak\n0, -23.46, 0.00\n1, -128.00, 0.00\n2, -0.00, 0.00\n");
+  EXPECT_EQ(ReadWholeFile(path), "sample, lkfs, peak\n0, -23.46, 0.00\n1, -128.00, 0.00\n2, -0.00, 0.00\n");
   const std::string unreachable = folder.Path() + "/no-such-folder/curve.txt";
   meter.SaveLoudnessCurve(unreachable, {{-23.0, 0.0}});
   EXPECT_FALSE(std::filesystem::exists(unreachable));

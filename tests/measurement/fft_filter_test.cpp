@@ -181,7 +181,8 @@ TEST(CFFTFilterTest, SaveResponseCurveToXmlWritesThePoints) {
     EXPECT_EQ(gain, point.gain);
   }
   EXPECT_TRUE(root.getChildNode("point", &iterator).isEmpty());
-  EXPECT_NE(ReadText(path).find("gain=\"2.25\">3</point>"), std::string::npos) << ReadText(path);  // the index as text
+  const std::string saved = ReadWholeFile(path);
+  EXPECT_NE(saved.find("gain=\"2.25\">3</point>"), std::string::npos) << saved;  // the index as text
   CFFTFilter::TestFilter();
 }
 

@@ -83,13 +83,13 @@ TEST(MeasurementToolTest, GatingOptionsCurveAndPlot) {
   EXPECT_NEAR(JsonValue(gated.output, "integrated_lkfs"), -20.0, 3.0);
   EXPECT_EQ(JsonValue(ungated.output, "integrated_lkfs"), -128.0);  // gating off: no gated figure
 
-  const std::string text = ReadText(curve);
+  const std::string text = ReadWholeFile(curve);
   EXPECT_EQ(text.rfind("sample, lkfs, peak\n0, -128.00, 0.00\n", 0), 0u);
   // 5.002 s make 251 sub-blocks of 20 ms, the last unfinished: 51 points of 100 ms.
   EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 1 + 51);
   EXPECT_NE(text.find("\n50, -"), std::string::npos);
 
-  const std::string svg = ReadText(plot);
+  const std::string svg = ReadWholeFile(plot);
   EXPECT_EQ(svg.rfind("<svg xmlns=\"http://www.w3.org/2000/svg\"", 0), 0u);
   EXPECT_EQ(svg.substr(svg.size() - 7), "</svg>\n");
   size_t polylines = 0;

@@ -4,13 +4,12 @@
 
 #include <cmath>
 #include <cstdint>
-#include <fstream>
 #include <random>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "measurement/audio_peak_level.h"
+#include "support/temp_folder.h"
 
 namespace measurement_test {
 
@@ -115,10 +114,6 @@ inline std::vector<short> History(NS_AudioMeasurement::CAudioPeakLevel& meter, i
 }
 
 // The whole of a text file the code under test wrote.
-inline std::string ReadText(const std::string& path) {
-  std::stringstream text;
-  text << std::ifstream(path).rdbuf();
-  return text.str();
-}
+using corvane::test::ReadWholeFile;
 
 }  // namespace measurement_test

@@ -24,11 +24,6 @@ const corvane::test::TempFolder& Folder() {
 
 std::string TempPath(const std::string& name) { return Folder().Path() + "/" + name; }
 
-std::string ReadText(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
 std::vector<long> Corners(const RECT& r) { return {r.left, r.top, r.right, r.bottom}; }
 
 // Parses `xml` from a file and gives the element `tag` at the root.
@@ -46,7 +41,7 @@ TEST(XMLNodeBase64Test, WritesTheStandardEncodingOfTheRfcVectors) {
     XMLNode top = XMLNode::createXMLTopNode();
     top.addChildNode("root", 0).AddNodeBase64Encoded("d", plain.data(), plain.size());
     ASSERT_TRUE(top.saveXMLToFile(path, 0));
-    EXPECT_NE(ReadText(path).find("<d>" + encoded + "</d>"), std::string::npos) << plain;
+    EXPECT_NE(corvane::test::ReadWholeFile(path).find("<d>" + encoded + "</d>"), std::string::npos) << plain;
   }
 }
 
@@ -110,7 +105,7 @@ TEST(XMLNodeValuesTest, RectanglesAndAttributesComeBackExactly) {
   int count = 0;
   ASSERT_TRUE(loaded.GetAttribute("count", count));
   EXPECT_EQ(count, 43);
-  EXPECT_EQ(ReadText(path).find("-42"), std::string::npos);
+  EXPECT_EQ(corvane::test::ReadWholeFile(path).find("-42"), std::string::npos);
   double ratio = 0.0;
   double tiny = 0.0;
   ASSERT_TRUE(loaded.GetAttribute("ratio", ratio));
@@ -215,11 +210,11 @@ TEST(XMLNodeFileTest, SavesTheWholeDocumentOrOneBranchInEitherLayout) {
   filter.AddNode("point", 1).addAttributeValue("gain", 3.0);
 
   ASSERT_TRUE(top.saveXMLToFile(path, 0));
-  EXPECT_EQ(ReadText(path),
+  EXPECT_EQ(corvane::test::ReadWholeFile(path),
             "<?xml version=\"1.0\"?><root><Filter><point gain=\"-6.5\">0</point>"
             "<point gain=\"3\">1</point></Filter></root>");
   ASSERT_TRUE(filter.saveXMLToFile(path, 1));
-  EXPECT_EQ(ReadText(path),
+  EXPECT_EQ(corvane::test::ReadWholeFile(path),
             "<?xml version=\"1.0\"?>\n<Filter>\n  <point gain=\"-6.5\">0</point>\n"
             "  <point gain=\"3\">1</point>\n</Filter>\n");
   const XMLNode loaded = XMLNode::parseFile(path, "Filter", nullptr, 1);
@@ -237,7 +232,7 @@ TEST(XMLNodeFileTest, ADeclarationChildReplacesTheDefaultOne) {
   top.addChildNode("root", 0);
   EXPECT_TRUE(top.addChildNode("root", 0).addChildNode("xml", 1).isEmpty()) << "declarations live at the top";
   ASSERT_TRUE(top.saveXMLToFile(path, 0));
-  EXPECT_EQ(ReadText(path).rfind("<?xml version=\"1\"?><root", 0), 0u);
+  EXPECT_EQ(corvane::test::ReadWholeFile(path).rfind("<?xml version=\"1\"?><root", 0), 0u);
 }
 
 TEST(XMLNodeFileTest, RefusesFilesThatAreNotTheDocumentAsked) {

@@ -1,14 +1,23 @@
 // A folder of its own for one test, removed with everything in it when the
-// test ends, and small helpers to fill it.
+// test ends, small helpers to fill it, and one to read a file back whole.
 #pragma once
 
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <stdexcept>
 #include <string>
 
 namespace corvane::test {
+
+// The whole content of a file, as a string or a vector of bytes; empty when
+// the file cannot be read.
+template <typename Bytes = std::string>
+Bytes ReadWholeFile(const std::filesystem::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  return Bytes(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
 
 class TempFolder {
  public:

@@ -55,10 +55,7 @@ class DeinterlaceCommandTest : public ::testing::Test {
     return result.exitStatus;
   }
 
-  std::string Read(const std::string& name) const {
-    std::ifstream in(folder_.Path() + "/" + name, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-  }
+  std::string Read(const std::string& name) const { return corvane::test::ReadWholeFile(folder_.Path() + "/" + name); }
 
   // The frames of a stream written by the tool, after checking its header.
   static std::vector<std::string> FramesOf(const std::string& stream) {

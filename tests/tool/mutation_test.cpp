@@ -183,11 +183,6 @@ std::vector<std::filesystem::path> DataFiles(const std::string& extension) {
   return files;
 }
 
-Bytes ReadFile(const std::filesystem::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return Bytes(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
 // One command on one input gives a result (with its output, where it writes
 // one) or one clear line that names the input, and leaves no output behind.
 void ExpectResultOrClearError(const std::vector<std::string>& command, const std::string& in, const std::string& out,
@@ -232,7 +227,7 @@ TEST(MutationTest, EveryMutatedDataFileGivesAResultOrOneClearError) {
   size_t filesMutated = 0;
   for (const FileUse& use : FileUses()) {
     for (const std::filesystem::path& file : DataFiles(use.extension)) {
-      const Bytes original = ReadFile(file);
+      const Bytes original = corvane::test::ReadWholeFile<Bytes>(file);
       std::mt19937 random(static_cast<uint32_t>(std::hash<std::string>()(file.filename().string())));
       ++filesMutated;
       for (int i = 0; i < kMutationsPerFile; ++i) {

@@ -25,9 +25,9 @@ using corvane::tool::ProbeReport;
 const std::string kAudioData = CORVANE_TEST_DATA "/audio/";
 
 std::string ReadFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  EXPECT_TRUE(file.good()) << path;
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  const std::string bytes = corvane::test::ReadWholeFile(path);
+  EXPECT_FALSE(bytes.empty()) << path;
+  return bytes;
 }
 
 ProbeReport Probe(const std::string& bytes) {
