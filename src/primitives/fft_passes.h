@@ -232,18 +232,77 @@ void InverseComplex(Split start, Split work, Split other, double* dst, size_t m,
   RunPass<V, true, 1, 2>(in.re, in.im, dst, dst + 1, pass.n, pass.s, pass.twiddles, scale);
 }
 
+// The joins and splits below pair bin k with bin M - k: with vector lanes,
+// bins k, k + 1, ... meet bins M - k, M - k - 1, ..., whose lanes they load and
+// store reversed. Each bin's arithmetic is the same for every lane type.
+
+// The lanes in reverse order.
+template <typename V>
+inline V Reversed(V v) {
+  if constexpr (kLaneCount<V> == 1) {
+    return v;
+  } else {
+    static_assert(kLaneCount<V> == 4);
+    return __builtin_shufflevector(v, v, 3, 2, 1, 0);
+  }
+}
+
+// The lanes of elements i, i - 1, ...: element j at index j * kStride.
+template <typename V, int kStride>
+inline V LoadLanesDown(const double* array, size_t i) {
+  return Reversed(LoadLanes<V, kStride>(array + (i + 1 - kLaneCount<V>) * kStride));
+}
+
+// Complex numbers as interleaved pairs: re[0], im[0], re[1], im[1], ...
+template <typename V>
+inline void StorePairs(double* p, V re, V im) {
+  if constexpr (kLaneCount<V> == 1) {
+    p[0] = re;
+    p[1] = im;
+  } else {
+    const V low = __builtin_shufflevector(re, im, 0, 4, 1, 5), high = __builtin_shufflevector(re, im, 2, 6, 3, 7);
+    std::memcpy(p, &low, sizeof low);
+    std::memcpy(p + 4, &high, sizeof high);
+  }
+}
+
+template <typename V>
+inline void LoadPairs(const double* p, V& re, V& im) {
+  if constexpr (kLaneCount<V> == 1) {
+    re = p[0];
+    im = p[1];
+  } else {
+    V low, high;
+    std::memcpy(&low, p, sizeof low);
+    std::memcpy(&high, p + 4, sizeof high);
+    re = __builtin_shufflevector(low, high, 0, 2, 4, 6);
+    im = __builtin_shufflevector(low, high, 1, 3, 5, 7);
+  }
+}
+
+// Runs step.template operator()<V>(k) on k, k + lanes, ... from `begin` while
+// all lanes stay below `end`, then one bin at a time up to `end`.
+template <typename V, typename Step>
+inline void ForEachBin(size_t begin, size_t end, Step step) {
+  size_t k = begin;
+  for (; k + kLaneCount<V> <= end; k += kLaneCount<V>) step.template operator()<V>(k);
+  CORVANE_INDEPENDENT_ITERATIONS
+  for (; k < end; ++k) step.template operator()<double>(k);
+}
+
 // From Z, the transform of z[n] = x[2n] + i x[2n+1], to the bins 0 to M of x:
 // with E = (Z[k] + conj Z[M-k]) / 2 and O = (Z[k] - conj Z[M-k]) / 2i, the
 // spectra of the even and the odd samples, X[k] = E + W^k O and
 // X[M-k] = conj(E - W^k O), W = exp(-2 pi i / N). `half` is the scale / 2.
-inline void JoinBins(double zkr, double zki, double zmr, double zmi, size_t k, size_t m, const double* wr,
-                     const double* wi, double half, double* dst) {
-  const double er = zkr + zmr, ei = zki - zmi, or_ = zki + zmi, oi = zmr - zkr;  // 2E and 2O
-  const double wor = wr[k] * or_ - wi[k] * oi, woi = wr[k] * oi + wi[k] * or_;
-  dst[2 * k] = (er + wor) * half;
-  dst[2 * k + 1] = (ei + woi) * half;
-  dst[2 * (m - k)] = (er - wor) * half;
-  dst[2 * (m - k) + 1] = (woi - ei) * half;
+// Z[M-k] comes in the lanes of k (the lanes of M - k, reversed).
+template <typename V>
+inline void JoinBins(V zkr, V zki, V zmr, V zmi, size_t k, size_t m, const double* wr, const double* wi,
+                     double half, double* dst) {
+  const V wkr = LoadLanes<V, 1>(wr + k), wki = LoadLanes<V, 1>(wi + k);
+  const V er = zkr + zmr, ei = zki - zmi, or_ = zki + zmi, oi = zmr - zkr;  // 2E and 2O
+  const V wor = wkr * or_ - wki * oi, woi = wkr * oi + wki * or_;
+  StorePairs<V>(dst + 2 * k, (er + wor) * half, (ei + woi) * half);
+  StorePairs<V>(dst + 2 * (m + 1 - k - kLaneCount<V>), Reversed((er - wor) * half), Reversed((woi - ei) * half));
 }
 
 // Bins 0 and M, which are real.
@@ -254,51 +313,67 @@ void JoinOuterBins(double z0r, double z0i, double* dst, size_t m, double scale) 
   dst[2 * m + 1] = 0;
 }
 
-// The join of a complex transform that ended with a radix-4 pass.
+// The join of a complex transform that ended with a radix-4 pass. Bin M/2
+// meets itself, so it is left out of the lanes.
+template <typename V>
 void JoinHalves(Split z, double* dst, size_t m, const double* wr, const double* wi, double scale) {
   JoinOuterBins(z.re[0], z.im[0], dst, m, scale);
-  CORVANE_INDEPENDENT_ITERATIONS
-  for (size_t k = 1; k <= m / 2; ++k) {
-    JoinBins(z.re[k], z.im[k], z.re[m - k], z.im[m - k], k, m, wr, wi, scale / 2, dst);
-  }
+  ForEachBin<V>(1, m / 2, [&]<typename W>(size_t k) {
+    JoinBins<W>(LoadLanes<W, 1>(z.re + k), LoadLanes<W, 1>(z.im + k), LoadLanesDown<W, 1>(z.re, m - k),
+                LoadLanesDown<W, 1>(z.im, m - k), k, m, wr, wi, scale / 2, dst);
+  });
+  JoinBins<double>(z.re[m / 2], z.im[m / 2], z.re[m / 2], z.im[m / 2], m / 2, m, wr, wi, scale / 2, dst);
 }
 
 // The join with the closing radix-2 pass of the complex transform folded
 // in: y holds the halves whose sum and difference are Z,
 // Z[k] = y[k] + y[k + M/2] and Z[k + M/2] = y[k] - y[k + M/2]. Element i of y
 // sits at index i * kStride.
-template <int kStride>
+template <typename V, int kStride>
 void JoinHalvesOfLastPass(const double* yr, const double* yi, double* dst, size_t m, const double* wr,
                           const double* wi, double scale) {
   const size_t h = m / 2;
   auto re = [yr](size_t i) { return yr[i * kStride]; };
   auto im = [yi](size_t i) { return yi[i * kStride]; };
   JoinOuterBins(re(0) + re(h), im(0) + im(h), dst, m, scale);
-  CORVANE_INDEPENDENT_ITERATIONS
-  for (size_t k = 1; k < h; ++k) {
-    JoinBins(re(k) + re(k + h), im(k) + im(k + h), re(h - k) - re(m - k), im(h - k) - im(m - k), k, m, wr, wi,
-             scale / 2, dst);
-  }
+  ForEachBin<V>(1, h, [&]<typename W>(size_t k) {
+    const W zkr = LoadLanes<W, kStride>(yr + k * kStride) + LoadLanes<W, kStride>(yr + (k + h) * kStride);
+    const W zki = LoadLanes<W, kStride>(yi + k * kStride) + LoadLanes<W, kStride>(yi + (k + h) * kStride);
+    const W zmr = LoadLanesDown<W, kStride>(yr, h - k) - LoadLanesDown<W, kStride>(yr, m - k);
+    const W zmi = LoadLanesDown<W, kStride>(yi, h - k) - LoadLanesDown<W, kStride>(yi, m - k);
+    JoinBins<W>(zkr, zki, zmr, zmi, k, m, wr, wi, scale / 2, dst);
+  });
   const double middleR = re(0) - re(h), middleI = im(0) - im(h);
-  JoinBins(middleR, middleI, middleR, middleI, h, m, wr, wi, scale / 2, dst);
+  JoinBins<double>(middleR, middleI, middleR, middleI, h, m, wr, wi, scale / 2, dst);
 }
 
 // The inverse of JoinHalves without its 1/2: Z[k] = (X[k] + conj X[M-k]) +
 // i (X[k] - conj X[M-k]) conj(W^k), whose unscaled inverse transform is N z.
 // The imaginary parts of bins 0 and M are not read.
+template <typename V>
+inline void SplitBins(const double* src, Split z, size_t k, size_t m, const double* wr, const double* wi) {
+  V p, q, r, s;
+  LoadPairs<V>(src + 2 * k, p, q);
+  LoadPairs<V>(src + 2 * (m + 1 - k - kLaneCount<V>), r, s);
+  r = Reversed(r);
+  s = Reversed(s);
+  const V wkr = LoadLanes<V, 1>(wr + k), wki = LoadLanes<V, 1>(wi + k);
+  const V sr = p + r, si = q - s, dr = p - r, di = q + s;
+  const V tr = dr * wkr + di * wki, ti = di * wkr - dr * wki;
+  const size_t down = m + 1 - k - kLaneCount<V>;
+  StoreLanes<V, 1>(z.re + k, sr - ti);
+  StoreLanes<V, 1>(z.im + k, si + tr);
+  StoreLanes<V, 1>(z.re + down, Reversed(sr + ti));
+  StoreLanes<V, 1>(z.im + down, Reversed(tr - si));
+}
+
+// Bin M/2 meets itself, so it is left out of the lanes.
+template <typename V>
 void SplitHalves(const double* src, Split z, size_t m, const double* wr, const double* wi) {
   z.re[0] = src[0] + src[2 * m];
   z.im[0] = src[0] - src[2 * m];
-  CORVANE_INDEPENDENT_ITERATIONS
-  for (size_t k = 1; k <= m / 2; ++k) {
-    const double p = src[2 * k], q = src[2 * k + 1], r = src[2 * (m - k)], s = src[2 * (m - k) + 1];
-    const double sr = p + r, si = q - s, dr = p - r, di = q + s;
-    const double tr = dr * wr[k] + di * wi[k], ti = di * wr[k] - dr * wi[k];
-    z.re[k] = sr - ti;
-    z.im[k] = si + tr;
-    z.re[m - k] = sr + ti;
-    z.im[m - k] = tr - si;
-  }
+  ForEachBin<V>(1, m / 2, [&]<typename W>(size_t k) { SplitBins<W>(src, z, k, m, wr, wi); });
+  SplitBins<double>(src, z, m / 2, m, wr, wi);
 }
 
 // The forward transform of N = 2m >= 4 reals into the packed spectrum.
@@ -310,7 +385,7 @@ void ForwardTransform(const double* src, double* dst, double* work, size_t m, co
   const double* wr = splitTwiddles;
   const double* wi = wr + m / 2 + 1;
   if (m == 2) {
-    JoinHalvesOfLastPass<2>(src, src + 1, dst, m, wr, wi, scale);
+    JoinHalvesOfLastPass<V, 2>(src, src + 1, dst, m, wr, wi, scale);
     return;
   }
   // The join writes dst, so the complex result goes to the work buffer.
@@ -318,9 +393,9 @@ void ForwardTransform(const double* src, double* dst, double* work, size_t m, co
   ForwardRadix4Passes<V>(src, z, Split{dst, dst + m}, m, passTwiddles);
   const bool oddPowerOfTwo = (m & 0xAAAAAAAAAAAAAAAAull) != 0;
   if (oddPowerOfTwo) {
-    JoinHalvesOfLastPass<1>(z.re, z.im, dst, m, wr, wi, scale);
+    JoinHalvesOfLastPass<V, 1>(z.re, z.im, dst, m, wr, wi, scale);
   } else {
-    JoinHalves(z, dst, m, wr, wi, scale);
+    JoinHalves<V>(z, dst, m, wr, wi, scale);
   }
 }
 
@@ -331,7 +406,7 @@ void InverseTransform(const double* src, double* dst, double* work, size_t m, co
                       const double* splitTwiddles, double scale) {
   const Split inWork{work, work + m}, inDst{dst, dst + m};
   const Split start = InverseStart(inWork, inDst, m);
-  SplitHalves(src, start, m, splitTwiddles, splitTwiddles + m / 2 + 1);
+  SplitHalves<V>(src, start, m, splitTwiddles, splitTwiddles + m / 2 + 1);
   InverseComplex<V>(start, inWork, inDst, dst, m, passTwiddles, scale);
 }
 
