@@ -52,8 +52,8 @@ bool IsTransformObject(const PrimFFTSpec* plan) {
 // arrays: real parts for k = 1, imaginary parts for k = 1, real for k = 2, ...
 std::vector<double> MakePassTwiddles(size_t m) {
   std::vector<double> table;
-  for (size_t n = m; n > 1; n /= PassRadix(n)) {
-    const size_t radix = PassRadix(n), columns = n / radix;
+  for (size_t n = m; n > 1; n /= PassRadix(m, n)) {
+    const size_t radix = PassRadix(m, n), columns = n / radix;
     size_t at = table.size();
     table.resize(at + 2 * (radix - 1) * columns);
     for (size_t k = 1; k < radix; ++k, at += 2 * columns) {
