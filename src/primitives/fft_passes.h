@@ -30,13 +30,20 @@ struct Split {
 
 // The radix of the pass of a transform of m points that meets n points still
 // to transform: a radix-4 pass first, then radix-4 and radix-2 passes in
-// turn, which run two to a sweep over memory (FusedPasses), closed by what
-// is left: one radix-4 pass, or one or two radix-2 passes.
+// turn, which run two to a sweep over memory (FusedPasses). When the bits
+// after the first pass leave 2 over, a second radix-4 pass runs alone before
+// the pairs (a pair at stride 4 costs more than one with a longer stride);
+// when they leave 1, a radix-2 pass closes.
 size_t PassRadix(size_t m, size_t n) {
   if (n < 4) return 2;
   if (n == m) return 4;
-  const int afterFirst = std::countr_zero(m) - 2 - std::countr_zero(n);
-  return afterFirst % 3 == 0 ? 4 : 2;
+  const int bits = std::countr_zero(m) - 2;
+  int done = bits - std::countr_zero(n);
+  if (bits % 3 == 2) {
+    if (done == 0) return 4;
+    done -= 2;
+  }
+  return done % 3 == 0 ? 4 : 2;
 }
 
 // The butterflies of a pass run on lanes of type V: one double, or a vector
