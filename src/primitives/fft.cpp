@@ -5,10 +5,11 @@
 // separates the spectra of the even and the odd samples and joins them into
 // the bins 0 to M (the inverse runs the same steps backwards).
 //
-// The complex transform is a Stockham autosort of radix-4 passes, closed by
-// one radix-2 pass when M is an odd power of 2: out of place between two
-// buffers, in natural order, with real and imaginary parts in separate
-// arrays so that the inner loops run over consecutive doubles. The first
+// The complex transform is a Stockham autosort of radix-4 and radix-2 passes
+// (PassRadix), a radix-4 pass and the radix-2 pass after it sharing one sweep
+// over memory: out of place between two buffers, in natural order, with real
+// and imaginary parts in separate arrays so that the inner loops run over
+// consecutive doubles. The first
 // forward pass reads the interleaved samples and the last inverse pass writes
 // them, scaled, so that no pass is spent on packing.
 #include <cmath>
