@@ -81,17 +81,31 @@ std::vector<double> MakeSplitTwiddles(size_t n) {
 }
 
 
-// The caller's work buffer, or one of our own for the length of the call.
-class WorkBuffer {
+// The buffers of a transform's passes: the caller's work buffer and the
+// destination, or two of our own for the length of the call. Ours keep a
+// line-sized gap after each array, so that the real and imaginary parts of
+// an element, and the two buffers, do not fall a multiple of 4 KiB apart,
+// where the passes with long strides would crowd one set of the data cache.
+class PassBuffers {
  public:
-  WorkBuffer(uint8_t* given, size_t doubles)
-      : owned_(given == nullptr ? new (std::nothrow) double[doubles] : nullptr),
-        data_(given == nullptr ? owned_.get() : reinterpret_cast<double*>(given)) {}
-  double* data() const { return data_; }
+  PassBuffers(uint8_t* given, double* dst, size_t m) {
+    if (given != nullptr) {
+      double* work = reinterpret_cast<double*>(given);
+      buffers_ = {work, work + m, dst, dst + m};
+      return;
+    }
+    const size_t array = m + kGap;
+    owned_.reset(new (std::nothrow) double[4 * array]);
+    double* own = owned_.get();
+    if (own != nullptr) buffers_ = {own, own + array, own + 2 * array + kGap, own + 3 * array + kGap};
+  }
+  bool Valid() const { return buffers_.workRe != nullptr; }
+  const FFTPassBuffers& Get() const { return buffers_; }
 
  private:
+  static constexpr size_t kGap = 64;
   std::unique_ptr<double[]> owned_;
-  double* data_;
+  FFTPassBuffers buffers_{};
 };
 
 int CheckTransformArguments(const double* src, const double* dst, const PrimFFTSpec* plan) {
@@ -204,12 +218,12 @@ int FFTForwardWith(FFTCoreFn core, const double* src, double* dst, const PrimFFT
   }
   if (m == 2) {
     // Four samples need no work buffer.
-    core(src, dst, nullptr, m, plan->passTwiddles.data(), plan->splitTwiddles.data(), scale);
+    core(src, dst, FFTPassBuffers{}, m, plan->passTwiddles.data(), plan->splitTwiddles.data(), scale);
     return PrimStsNoErr;
   }
-  const WorkBuffer work(buffer, n);
-  if (work.data() == nullptr) return PrimStsMemAllocErr;
-  core(src, dst, work.data(), m, plan->passTwiddles.data(), plan->splitTwiddles.data(), scale);
+  const PassBuffers buffers(buffer, dst, m);
+  if (!buffers.Valid()) return PrimStsMemAllocErr;
+  core(src, dst, buffers.Get(), m, plan->passTwiddles.data(), plan->splitTwiddles.data(), scale);
   return PrimStsNoErr;
 }
 
@@ -227,9 +241,9 @@ int FFTInverseWith(FFTCoreFn core, const double* src, double* dst, const PrimFFT
     dst[1] = difference;
     return PrimStsNoErr;
   }
-  const WorkBuffer work(buffer, n);
-  if (work.data() == nullptr) return PrimStsMemAllocErr;
-  core(src, dst, work.data(), m, plan->passTwiddles.data(), plan->splitTwiddles.data(), scale);
+  const PassBuffers buffers(buffer, dst, m);
+  if (!buffers.Valid()) return PrimStsMemAllocErr;
+  core(src, dst, buffers.Get(), m, plan->passTwiddles.data(), plan->splitTwiddles.data(), scale);
   return PrimStsNoErr;
 }
 

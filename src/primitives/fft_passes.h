@@ -10,6 +10,8 @@
 #include <cstddef>
 #include <cstring>
 
+#include "primitives/fft_variants.h"
+
 // Tells the vectoriser that the iterations of the next loop touch no common
 // element: a pass reads one buffer and writes another, and the split steps
 // write each element once, which the compiler cannot see through the
@@ -498,12 +500,13 @@ void SplitHalves(const double* src, Split z, size_t m, const double* wr, const d
   SplitBins<double>(src, z, m / 2, m, wr, wi);
 }
 
-// The forward transform of N = 2m >= 4 reals into the packed spectrum.
-// `work` holds N doubles (unused when m is 2). `splitTwiddles` is
-// exp(-2 pi i k / N) for k from 0 to m/2, real parts then imaginary parts.
+// The forward transform of N = 2m >= 4 reals into the packed spectrum, the
+// passes alternating between `buffers` (unused when m is 2), neither of which
+// is dst. `splitTwiddles` is exp(-2 pi i k / N) for k from 0 to m/2, real
+// parts then imaginary parts.
 template <typename V>
-void ForwardTransform(const double* src, double* dst, double* work, size_t m, const double* passTwiddles,
-                      const double* splitTwiddles, double scale) {
+void ForwardTransform(const double* src, double* dst, const FFTPassBuffers& buffers, size_t m,
+                      const double* passTwiddles, const double* splitTwiddles, double scale) {
   const double* wr = splitTwiddles;
   const double* wi = wr + m / 2 + 1;
   if (m == 2) {
@@ -511,8 +514,8 @@ void ForwardTransform(const double* src, double* dst, double* work, size_t m, co
     return;
   }
   // The join writes dst, so the complex result goes to the work buffer.
-  const Split z{work, work + m};
-  ForwardPasses<V>(src, z, Split{dst, dst + m}, m, passTwiddles);
+  const Split z{buffers.workRe, buffers.workIm};
+  ForwardPasses<V>(src, z, Split{buffers.otherRe, buffers.otherIm}, m, passTwiddles);
   if (ClosesWithRadix2(m)) {
     JoinHalvesOfLastPass<V, 1>(z.re, z.im, dst, m, wr, wi, scale);
   } else {
@@ -520,15 +523,15 @@ void ForwardTransform(const double* src, double* dst, double* work, size_t m, co
   }
 }
 
-// The inverse transform of a packed spectrum into N = 2m >= 4 reals; `work`
-// holds N doubles.
+// The inverse transform of a packed spectrum into N = 2m >= 4 reals, the
+// passes alternating between `buffers`, of which only the second may be dst.
 template <typename V>
-void InverseTransform(const double* src, double* dst, double* work, size_t m, const double* passTwiddles,
-                      const double* splitTwiddles, double scale) {
-  const Split inWork{work, work + m}, inDst{dst, dst + m};
-  const Split start = InverseStart(inWork, inDst, m);
+void InverseTransform(const double* src, double* dst, const FFTPassBuffers& buffers, size_t m,
+                      const double* passTwiddles, const double* splitTwiddles, double scale) {
+  const Split work{buffers.workRe, buffers.workIm}, other{buffers.otherRe, buffers.otherIm};
+  const Split start = InverseStart(work, other, m);
   SplitHalves<V>(src, start, m, splitTwiddles, splitTwiddles + m / 2 + 1);
-  InverseComplex<V>(start, inWork, inDst, dst, m, passTwiddles, scale);
+  InverseComplex<V>(start, work, other, dst, m, passTwiddles, scale);
 }
 
 }  // namespace
