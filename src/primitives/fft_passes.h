@@ -299,11 +299,16 @@ void RunSweep(Split in, double* yr, double* yi, const PassCursor& pass, int widt
   FusedPasses<V, kInverse, kOutStride>(in.re, in.im, yr, yi, pass, second, scale);
 }
 
-// Whether the passes of a transform of m points close with a radix-2 pass.
+// Whether the forward transform leaves its last pass to the join: a
+// radix-2 pass that would run alone.
 bool ClosesWithRadix2(size_t m) {
-  size_t n = m;
-  while (n > 2) n /= PassRadix(m, n);
-  return n == 2;
+  size_t lastN = m;
+  int lastWidth = 1;
+  ForEachSweep(PassCursor{m, m, 1, nullptr}, 1, [&](const PassCursor& pass, int width) {
+    lastN = pass.n;
+    lastWidth = width;
+  });
+  return lastN == 2 && lastWidth == 1;
 }
 
 // The forward complex transform of the m pairs of `src` into `result`, with
