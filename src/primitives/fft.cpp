@@ -5,10 +5,11 @@
 // separates the spectra of the even and the odd samples and joins them into
 // the bins 0 to M (the inverse runs the same steps backwards).
 //
-// The complex transform is a Stockham autosort of radix-4 passes, closed by
-// one radix-2 pass when M is an odd power of 2: out of place between two
-// buffers, in natural order, with real and imaginary parts in separate
-// arrays so that the inner loops run over consecutive doubles. The first
+// The complex transform is a Stockham autosort of radix-4 and radix-2 passes
+// (PassRadix), a radix-4 pass and the radix-2 pass after it sharing one sweep
+// over memory: out of place between two buffers, in natural order, with real
+// and imaginary parts in separate arrays so that the inner loops run over
+// consecutive doubles. The first
 // forward pass reads the interleaved samples and the last inverse pass writes
 // them, scaled, so that no pass is spent on packing.
 #include <cmath>
@@ -52,8 +53,8 @@ bool IsTransformObject(const PrimFFTSpec* plan) {
 // arrays: real parts for k = 1, imaginary parts for k = 1, real for k = 2, ...
 std::vector<double> MakePassTwiddles(size_t m) {
   std::vector<double> table;
-  for (size_t n = m; n > 1; n /= PassRadix(n)) {
-    const size_t radix = PassRadix(n), columns = n / radix;
+  for (size_t n = m; n > 1; n /= PassRadix(m, n)) {
+    const size_t radix = PassRadix(m, n), columns = n / radix;
     size_t at = table.size();
     table.resize(at + 2 * (radix - 1) * columns);
     for (size_t k = 1; k < radix; ++k, at += 2 * columns) {
@@ -80,17 +81,31 @@ std::vector<double> MakeSplitTwiddles(size_t n) {
 }
 
 
-// The caller's work buffer, or one of our own for the length of the call.
-class WorkBuffer {
+// The buffers of a transform's passes: the caller's work buffer and the
+// destination, or two of our own for the length of the call. Ours keep a
+// line-sized gap after each array, so that the real and imaginary parts of
+// an element, and the two buffers, do not fall a multiple of 4 KiB apart,
+// where the passes with long strides would crowd one set of the data cache.
+class PassBuffers {
  public:
-  WorkBuffer(uint8_t* given, size_t doubles)
-      : owned_(given == nullptr ? new (std::nothrow) double[doubles] : nullptr),
-        data_(given == nullptr ? owned_.get() : reinterpret_cast<double*>(given)) {}
-  double* data() const { return data_; }
+  PassBuffers(uint8_t* given, double* dst, size_t m) {
+    if (given != nullptr) {
+      double* work = reinterpret_cast<double*>(given);
+      buffers_ = {work, work + m, dst, dst + m};
+      return;
+    }
+    const size_t array = m + kGap;
+    owned_.reset(new (std::nothrow) double[4 * array]);
+    double* own = owned_.get();
+    if (own != nullptr) buffers_ = {own, own + array, own + 2 * array + kGap, own + 3 * array + kGap};
+  }
+  bool Valid() const { return buffers_.workRe != nullptr; }
+  const FFTPassBuffers& Get() const { return buffers_; }
 
  private:
+  static constexpr size_t kGap = 64;
   std::unique_ptr<double[]> owned_;
-  double* data_;
+  FFTPassBuffers buffers_{};
 };
 
 int CheckTransformArguments(const double* src, const double* dst, const PrimFFTSpec* plan) {
@@ -203,12 +218,12 @@ int FFTForwardWith(FFTCoreFn core, const double* src, double* dst, const PrimFFT
   }
   if (m == 2) {
     // Four samples need no work buffer.
-    core(src, dst, nullptr, m, plan->passTwiddles.data(), plan->splitTwiddles.data(), scale);
+    core(src, dst, FFTPassBuffers{}, m, plan->passTwiddles.data(), plan->splitTwiddles.data(), scale);
     return PrimStsNoErr;
   }
-  const WorkBuffer work(buffer, n);
-  if (work.data() == nullptr) return PrimStsMemAllocErr;
-  core(src, dst, work.data(), m, plan->passTwiddles.data(), plan->splitTwiddles.data(), scale);
+  const PassBuffers buffers(buffer, dst, m);
+  if (!buffers.Valid()) return PrimStsMemAllocErr;
+  core(src, dst, buffers.Get(), m, plan->passTwiddles.data(), plan->splitTwiddles.data(), scale);
   return PrimStsNoErr;
 }
 
@@ -226,9 +241,9 @@ int FFTInverseWith(FFTCoreFn core, const double* src, double* dst, const PrimFFT
     dst[1] = difference;
     return PrimStsNoErr;
   }
-  const WorkBuffer work(buffer, n);
-  if (work.data() == nullptr) return PrimStsMemAllocErr;
-  core(src, dst, work.data(), m, plan->passTwiddles.data(), plan->splitTwiddles.data(), scale);
+  const PassBuffers buffers(buffer, dst, m);
+  if (!buffers.Valid()) return PrimStsMemAllocErr;
+  core(src, dst, buffers.Get(), m, plan->passTwiddles.data(), plan->splitTwiddles.data(), scale);
   return PrimStsNoErr;
 }
 

@@ -6,8 +6,11 @@
 // sum into a fused multiply-add (no slot's flags allow it).
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstring>
+
+#include "primitives/fft_variants.h"
 
 // Tells the vectoriser that the iterations of the next loop touch no common
 // element: a pass reads one buffer and writes another, and the split steps
@@ -27,13 +30,22 @@ struct Split {
   double* im;
 };
 
-// The radix of the pass that meets n points still to transform.
-size_t PassRadix(size_t n) { return n >= 4 ? 4 : 2; }
-
-int PassCount(size_t m) {
-  int passes = 0;
-  for (size_t n = m; n > 1; n /= PassRadix(n)) ++passes;
-  return passes;
+// The radix of the pass of a transform of m points that meets n points still
+// to transform: a radix-4 pass first, then radix-4 and radix-2 passes in
+// turn, which run two to a sweep over memory (FusedPasses). When the bits
+// after the first pass leave 2 over, a second radix-4 pass runs alone before
+// the pairs (a pair at stride 4 costs more than one with a longer stride);
+// when they leave 1, a radix-2 pass closes.
+size_t PassRadix(size_t m, size_t n) {
+  if (n < 4) return 2;
+  if (n == m) return 4;
+  const int bits = std::countr_zero(m) - 2;
+  int done = bits - std::countr_zero(n);
+  if (bits % 3 == 2) {
+    if (done == 0) return 4;
+    done -= 2;
+  }
+  return done % 3 == 0 ? 4 : 2;
 }
 
 // The butterflies of a pass run on lanes of type V: one double, or a vector
@@ -100,20 +112,11 @@ inline void SmallDft(V* re, V* im) {
   }
 }
 
-// One butterfly of a pass: kRadix inputs `inStep` elements apart, their DFT
-// times the twiddles w^(kp) (conjugated for the inverse), written `outStep`
-// elements apart. Element i sits at index i * kStride of its arrays: 1 for
-// split arrays, 2 for interleaved pairs. Interleaved output is the end of the
-// inverse transform and takes the scale. With vector lanes, the butterflies
-// of elements in, in + 1, ... (out, out + 1, ...) share their twiddles.
-template <typename V, int kRadix, bool kInverse, int kInStride, int kOutStride>
-inline void Butterfly(const double* xr, const double* xi, size_t in, size_t inStep, double* yr, double* yi,
-                      size_t out, size_t outStep, const double* twiddles, size_t twiddleStride, double scale) {
-  V re[kRadix], im[kRadix];
-  for (int j = 0; j < kRadix; ++j) {
-    re[j] = LoadLanes<V, kInStride>(xr + (in + j * inStep) * kInStride);
-    im[j] = LoadLanes<V, kInStride>(xi + (in + j * inStep) * kInStride);
-  }
+// The DFT of kRadix elements in place, times the twiddles w^(kp) (conjugated
+// for the inverse), the real part of w^(kp) at twiddles[(2k - 2) * stride] and
+// the imaginary part at twiddles[(2k - 1) * stride].
+template <int kRadix, bool kInverse, typename V>
+inline void TwiddledDft(V* re, V* im, const double* twiddles, size_t twiddleStride) {
   SmallDft<kRadix, kInverse>(re, im);
   for (int k = 1; k < kRadix; ++k) {
     const double wr = twiddles[(2 * k - 2) * twiddleStride], wi = twiddles[(2 * k - 1) * twiddleStride];
@@ -121,11 +124,40 @@ inline void Butterfly(const double* xr, const double* xi, size_t in, size_t inSt
     re[k] = kInverse ? r * wr + im[k] * wi : r * wr - im[k] * wi;
     im[k] = kInverse ? im[k] * wr - r * wi : im[k] * wr + r * wi;
   }
-  for (int k = 0; k < kRadix; ++k) {
-    const size_t at = (out + k * outStep) * kOutStride;
-    StoreLanes<V, kOutStride>(yr + at, kOutStride == 2 ? re[k] * scale : re[k]);
-    StoreLanes<V, kOutStride>(yi + at, kOutStride == 2 ? im[k] * scale : im[k]);
+}
+
+// kRadix elements `step` elements apart from `at`; element i sits at index
+// i * kStride of its arrays: 1 for split arrays, 2 for interleaved pairs.
+template <typename V, int kRadix, int kStride>
+inline void LoadElements(const double* xr, const double* xi, size_t at, size_t step, V* re, V* im) {
+  for (int j = 0; j < kRadix; ++j) {
+    re[j] = LoadLanes<V, kStride>(xr + (at + j * step) * kStride);
+    im[j] = LoadLanes<V, kStride>(xi + (at + j * step) * kStride);
   }
+}
+
+// The counterpart of LoadElements; interleaved output is the end of the
+// inverse transform and takes the scale.
+template <typename V, int kRadix, int kStride>
+inline void StoreElements(const V* re, const V* im, double* yr, double* yi, size_t at, size_t step, double scale) {
+  for (int k = 0; k < kRadix; ++k) {
+    const size_t to = (at + k * step) * kStride;
+    StoreLanes<V, kStride>(yr + to, kStride == 2 ? re[k] * scale : re[k]);
+    StoreLanes<V, kStride>(yi + to, kStride == 2 ? im[k] * scale : im[k]);
+  }
+}
+
+// One butterfly of a pass: kRadix inputs `inStep` elements apart, their
+// twiddled DFT written `outStep` elements apart. With vector lanes, the
+// butterflies of elements in, in + 1, ... (out, out + 1, ...) share their
+// twiddles.
+template <typename V, int kRadix, bool kInverse, int kInStride, int kOutStride>
+inline void Butterfly(const double* xr, const double* xi, size_t in, size_t inStep, double* yr, double* yi,
+                      size_t out, size_t outStep, const double* twiddles, size_t twiddleStride, double scale) {
+  V re[kRadix], im[kRadix];
+  LoadElements<V, kRadix, kInStride>(xr, xi, in, inStep, re, im);
+  TwiddledDft<kRadix, kInverse>(re, im, twiddles, twiddleStride);
+  StoreElements<V, kRadix, kOutStride>(re, im, yr, yi, out, outStep, scale);
 }
 
 // One Stockham pass of length n, radix r and stride s:
@@ -165,85 +197,241 @@ void Pass(const double* xr, const double* xi, double* yr, double* yi, size_t n, 
   }
 }
 
-template <typename V, bool kInverse, int kInStride, int kOutStride>
-void RunPass(const double* xr, const double* xi, double* yr, double* yi, size_t n, size_t s, const double* twiddles,
-             double scale = 1.0) {
-  if (PassRadix(n) == 2) {
-    Pass<V, 2, kInverse, kInStride, kOutStride, 0>(xr, xi, yr, yi, n, s, twiddles, scale);
-  } else if (s == 4) {
-    Pass<V, 4, kInverse, kInStride, kOutStride, 4>(xr, xi, yr, yi, n, s, twiddles, scale);
-  } else {
-    Pass<V, 4, kInverse, kInStride, kOutStride, 0>(xr, xi, yr, yi, n, s, twiddles, scale);
-  }
-}
-
 // The passes of one transform, walked in order: length still to transform,
 // stride and twiddles of the current pass.
 struct PassCursor {
+  size_t m;
   size_t n;
   size_t s;
   const double* twiddles;
+  size_t Radix() const { return PassRadix(m, n); }
   void Next() {
-    const size_t radix = PassRadix(n);
+    const size_t radix = Radix();
     twiddles += 2 * (radix - 1) * (n / radix);
     n /= radix;
     s *= radix;
   }
 };
 
-// The radix-4 passes of the unscaled forward complex transform of the m
-// pairs of `src` into `result`, with `other` as the second buffer; at least
-// one. A closing radix-2 pass, when m needs one, is left to the join.
-template <typename V>
-void ForwardRadix4Passes(const double* src, Split result, Split other, size_t m, const double* twiddles) {
-  int passes = 0;
-  for (size_t n = m; n >= 4; n /= 4) ++passes;
-  // Pass i (from 1) writes buffer (passes - i) % 2, so the last writes `result`.
-  const Split buffers[2] = {result, other};
-  PassCursor pass{m, 1, twiddles};
-  Split out = buffers[(passes - 1) % 2];
-  RunPass<V, false, 2, 1>(src, src + 1, out.re, out.im, pass.n, pass.s, pass.twiddles);
-  for (int i = 2; i <= passes; ++i) {
-    pass.Next();
-    const Split in = out;
-    out = buffers[(passes - i) % 2];
-    RunPass<V, false, 1, 1>(in.re, in.im, out.re, out.im, pass.n, pass.s, pass.twiddles);
+template <typename V, bool kInverse, int kInStride, int kOutStride>
+void RunPass(const double* xr, const double* xi, double* yr, double* yi, const PassCursor& pass,
+             double scale = 1.0) {
+  if (pass.Radix() == 2) {
+    Pass<V, 2, kInverse, kInStride, kOutStride, 0>(xr, xi, yr, yi, pass.n, pass.s, pass.twiddles, scale);
+  } else if (pass.s == 4) {
+    Pass<V, 4, kInverse, kInStride, kOutStride, 4>(xr, xi, yr, yi, pass.n, pass.s, pass.twiddles, scale);
+  } else {
+    Pass<V, 4, kInverse, kInStride, kOutStride, 0>(xr, xi, yr, yi, pass.n, pass.s, pass.twiddles, scale);
   }
 }
 
-// The buffer that the inverse transform starts from, so that its passes
+// A radix-4 pass and the radix-2 pass after it in one sweep over memory: the
+// radix-4 pass of length n and stride s, then the radix-2 pass of length n/4
+// and stride 4s, whose butterflies take their inputs from the first pass's
+// straight from registers. Each butterfly is the one the pass runs alone, so
+// the sweep gives the doubles of the two passes. Lanes run along q: s must be
+// a multiple of the lane count, which holds for every pass but a transform's
+// first (s = 1), run alone.
+template <typename V, bool kInverse, int kOutStride>
+void FusedPasses(const double* xr, const double* xi, double* yr, double* yi, const PassCursor& first,
+                 const PassCursor& second, double scale) {
+  const size_t s = first.s, columns1 = first.n / 4, columns2 = columns1 / 2;
+  for (size_t p = 0; p < columns2; ++p) {
+    // The first pass's butterflies j run at p + j columns2.
+    double w1[2][6], w2[2];
+    for (int j = 0; j < 2; ++j) {
+      for (int k = 0; k < 6; ++k) w1[j][k] = first.twiddles[k * columns1 + p + j * columns2];
+    }
+    for (int k = 0; k < 2; ++k) w2[k] = second.twiddles[k * columns2 + p];
+    for (size_t q = 0; q < s; q += kLaneCount<V>) {
+      // Output k of the first pass's butterfly j is input j of the second's butterfly k.
+      V tr[4][2], ti[4][2];
+      for (int j = 0; j < 2; ++j) {
+        V re[4], im[4];
+        LoadElements<V, 4, 1>(xr, xi, q + s * (p + j * columns2), s * columns1, re, im);
+        TwiddledDft<4, kInverse>(re, im, w1[j], 1);
+        for (int k = 0; k < 4; ++k) {
+          tr[k][j] = re[k];
+          ti[k][j] = im[k];
+        }
+      }
+      for (int k = 0; k < 4; ++k) {
+        TwiddledDft<2, kInverse>(tr[k], ti[k], w2, 1);
+        StoreElements<V, 2, kOutStride>(tr[k], ti[k], yr, yi, q + s * k + 8 * s * p, 4 * s, scale);
+      }
+    }
+  }
+}
+
+// Whether the pass at `pass` and the next run as one sweep: a radix-4 pass
+// but the first, followed by a radix-2 pass before `end` (see ForEachSweep).
+bool FusesWithNext(const PassCursor& pass, size_t end) {
+  return pass.s > 1 && pass.Radix() == 4 && pass.n / 4 > end && PassRadix(pass.m, pass.n / 4) == 2;
+}
+
+// Calls visit(pass, width) for each sweep of the passes from `first` on
+// while more than `end` points are left to transform (1, or 2 when the
+// closing radix-2 pass is left to the join): width 2 for a fused pair.
+template <typename Visit>
+void ForEachSweep(PassCursor pass, size_t end, Visit visit) {
+  while (pass.n > end) {
+    const int width = FusesWithNext(pass, end) ? 2 : 1;
+    visit(pass, width);
+    for (int i = 0; i < width; ++i) pass.Next();
+  }
+}
+
+int SweepCount(const PassCursor& first, size_t end) {
+  int sweeps = 0;
+  ForEachSweep(first, end, [&sweeps](const PassCursor&, int) { ++sweeps; });
+  return sweeps;
+}
+
+// One sweep of `width` passes from `pass` on, not the transform's first.
+template <typename V, bool kInverse, int kOutStride>
+void RunSweep(Split in, double* yr, double* yi, const PassCursor& pass, int width, double scale = 1.0) {
+  if (width == 1) {
+    RunPass<V, kInverse, 1, kOutStride>(in.re, in.im, yr, yi, pass, scale);
+    return;
+  }
+  PassCursor second = pass;
+  second.Next();
+  FusedPasses<V, kInverse, kOutStride>(in.re, in.im, yr, yi, pass, second, scale);
+}
+
+// Whether the forward transform leaves its last pass to the join: a
+// radix-2 pass that would run alone.
+bool ClosesWithRadix2(size_t m) {
+  size_t lastN = m;
+  int lastWidth = 1;
+  ForEachSweep(PassCursor{m, m, 1, nullptr}, 1, [&](const PassCursor& pass, int width) {
+    lastN = pass.n;
+    lastWidth = width;
+  });
+  return lastN == 2 && lastWidth == 1;
+}
+
+// The forward complex transform of the m pairs of `src` into `result`, with
+// `other` as the second buffer, unscaled; at least one pass. A closing
+// radix-2 pass is left to the join.
+template <typename V>
+void ForwardPasses(const double* src, Split result, Split other, size_t m, const double* twiddles) {
+  const PassCursor first{m, m, 1, twiddles};
+  const size_t end = ClosesWithRadix2(m) ? 2 : 1;
+  const int sweeps = SweepCount(first, end);
+  // Sweep i (from 1) writes buffer (sweeps - i) % 2, so the last writes `result`.
+  const Split buffers[2] = {result, other};
+  int i = 0;
+  Split in{};
+  ForEachSweep(first, end, [&](const PassCursor& pass, int width) {
+    const Split out = buffers[(sweeps - ++i) % 2];
+    if (i == 1) {
+      RunPass<V, false, 2, 1>(src, src + 1, out.re, out.im, pass);
+    } else {
+      RunSweep<V, false, 1>(in, out.re, out.im, pass, width);
+    }
+    in = out;
+  });
+}
+
+// The buffer that the inverse transform starts from, so that its sweeps
 // alternate into `work` for the last one.
-Split InverseStart(Split work, Split other, size_t m) { return PassCount(m) % 2 == 1 ? work : other; }
+Split InverseStart(Split work, Split other, size_t m) {
+  return SweepCount(PassCursor{m, m, 1, nullptr}, 1) % 2 == 1 ? work : other;
+}
 
 // Inverse complex transform of `start` (see InverseStart) into the m pairs of
 // `dst`, scaled.
 template <typename V>
 void InverseComplex(Split start, Split work, Split other, double* dst, size_t m, const double* twiddles,
                     double scale) {
-  const int passes = PassCount(m);
+  const PassCursor first{m, m, 1, twiddles};
+  const int sweeps = SweepCount(first, 1);
   const Split buffers[2] = {work, other};
-  PassCursor pass{m, 1, twiddles};
+  int i = 0;
   Split in = start;
-  for (int i = 1; i < passes; ++i, pass.Next()) {
-    const Split out = buffers[(passes - 1 - i) % 2];
-    RunPass<V, true, 1, 1>(in.re, in.im, out.re, out.im, pass.n, pass.s, pass.twiddles);
+  ForEachSweep(first, 1, [&](const PassCursor& pass, int width) {
+    if (++i == sweeps) {
+      RunSweep<V, true, 2>(in, dst, dst + 1, pass, width, scale);
+      return;
+    }
+    const Split out = buffers[(sweeps - 1 - i) % 2];
+    RunSweep<V, true, 1>(in, out.re, out.im, pass, width);
     in = out;
+  });
+}
+
+// The joins and splits below pair bin k with bin M - k: with vector lanes,
+// bins k, k + 1, ... meet bins M - k, M - k - 1, ..., whose lanes they load and
+// store reversed. Each bin's arithmetic is the same for every lane type.
+
+// The lanes in reverse order.
+template <typename V>
+inline V Reversed(V v) {
+  if constexpr (kLaneCount<V> == 1) {
+    return v;
+  } else {
+    static_assert(kLaneCount<V> == 4);
+    return __builtin_shufflevector(v, v, 3, 2, 1, 0);
   }
-  RunPass<V, true, 1, 2>(in.re, in.im, dst, dst + 1, pass.n, pass.s, pass.twiddles, scale);
+}
+
+// The lanes of elements i, i - 1, ...: element j at index j * kStride.
+template <typename V, int kStride>
+inline V LoadLanesDown(const double* array, size_t i) {
+  return Reversed(LoadLanes<V, kStride>(array + (i + 1 - kLaneCount<V>) * kStride));
+}
+
+// Complex numbers as interleaved pairs: re[0], im[0], re[1], im[1], ...
+template <typename V>
+inline void StorePairs(double* p, V re, V im) {
+  if constexpr (kLaneCount<V> == 1) {
+    p[0] = re;
+    p[1] = im;
+  } else {
+    const V low = __builtin_shufflevector(re, im, 0, 4, 1, 5), high = __builtin_shufflevector(re, im, 2, 6, 3, 7);
+    std::memcpy(p, &low, sizeof low);
+    std::memcpy(p + 4, &high, sizeof high);
+  }
+}
+
+template <typename V>
+inline void LoadPairs(const double* p, V& re, V& im) {
+  if constexpr (kLaneCount<V> == 1) {
+    re = p[0];
+    im = p[1];
+  } else {
+    V low, high;
+    std::memcpy(&low, p, sizeof low);
+    std::memcpy(&high, p + 4, sizeof high);
+    re = __builtin_shufflevector(low, high, 0, 2, 4, 6);
+    im = __builtin_shufflevector(low, high, 1, 3, 5, 7);
+  }
+}
+
+// Runs step.template operator()<V>(k) on k, k + lanes, ... from `begin` while
+// all lanes stay below `end`, then one bin at a time up to `end`.
+template <typename V, typename Step>
+inline void ForEachBin(size_t begin, size_t end, Step step) {
+  size_t k = begin;
+  for (; k + kLaneCount<V> <= end; k += kLaneCount<V>) step.template operator()<V>(k);
+  CORVANE_INDEPENDENT_ITERATIONS
+  for (; k < end; ++k) step.template operator()<double>(k);
 }
 
 // From Z, the transform of z[n] = x[2n] + i x[2n+1], to the bins 0 to M of x:
 // with E = (Z[k] + conj Z[M-k]) / 2 and O = (Z[k] - conj Z[M-k]) / 2i, the
 // spectra of the even and the odd samples, X[k] = E + W^k O and
 // X[M-k] = conj(E - W^k O), W = exp(-2 pi i / N). `half` is the scale / 2.
-inline void JoinBins(double zkr, double zki, double zmr, double zmi, size_t k, size_t m, const double* wr,
-                     const double* wi, double half, double* dst) {
-  const double er = zkr + zmr, ei = zki - zmi, or_ = zki + zmi, oi = zmr - zkr;  // 2E and 2O
-  const double wor = wr[k] * or_ - wi[k] * oi, woi = wr[k] * oi + wi[k] * or_;
-  dst[2 * k] = (er + wor) * half;
-  dst[2 * k + 1] = (ei + woi) * half;
-  dst[2 * (m - k)] = (er - wor) * half;
-  dst[2 * (m - k) + 1] = (woi - ei) * half;
+// Z[M-k] comes in the lanes of k (the lanes of M - k, reversed).
+template <typename V>
+inline void JoinBins(V zkr, V zki, V zmr, V zmi, size_t k, size_t m, const double* wr, const double* wi,
+                     double half, double* dst) {
+  const V wkr = LoadLanes<V, 1>(wr + k), wki = LoadLanes<V, 1>(wi + k);
+  const V er = zkr + zmr, ei = zki - zmi, or_ = zki + zmi, oi = zmr - zkr;  // 2E and 2O
+  const V wor = wkr * or_ - wki * oi, woi = wkr * oi + wki * or_;
+  StorePairs<V>(dst + 2 * k, (er + wor) * half, (ei + woi) * half);
+  StorePairs<V>(dst + 2 * (m + 1 - k - kLaneCount<V>), Reversed((er - wor) * half), Reversed((woi - ei) * half));
 }
 
 // Bins 0 and M, which are real.
@@ -254,85 +442,101 @@ void JoinOuterBins(double z0r, double z0i, double* dst, size_t m, double scale) 
   dst[2 * m + 1] = 0;
 }
 
-// The join of a complex transform that ended with a radix-4 pass.
+// The join of a complex transform that ended with a radix-4 pass. Bin M/2
+// meets itself, so it is left out of the lanes.
+template <typename V>
 void JoinHalves(Split z, double* dst, size_t m, const double* wr, const double* wi, double scale) {
   JoinOuterBins(z.re[0], z.im[0], dst, m, scale);
-  CORVANE_INDEPENDENT_ITERATIONS
-  for (size_t k = 1; k <= m / 2; ++k) {
-    JoinBins(z.re[k], z.im[k], z.re[m - k], z.im[m - k], k, m, wr, wi, scale / 2, dst);
-  }
+  ForEachBin<V>(1, m / 2, [&]<typename W>(size_t k) {
+    JoinBins<W>(LoadLanes<W, 1>(z.re + k), LoadLanes<W, 1>(z.im + k), LoadLanesDown<W, 1>(z.re, m - k),
+                LoadLanesDown<W, 1>(z.im, m - k), k, m, wr, wi, scale / 2, dst);
+  });
+  JoinBins<double>(z.re[m / 2], z.im[m / 2], z.re[m / 2], z.im[m / 2], m / 2, m, wr, wi, scale / 2, dst);
 }
 
 // The join with the closing radix-2 pass of the complex transform folded
 // in: y holds the halves whose sum and difference are Z,
 // Z[k] = y[k] + y[k + M/2] and Z[k + M/2] = y[k] - y[k + M/2]. Element i of y
 // sits at index i * kStride.
-template <int kStride>
+template <typename V, int kStride>
 void JoinHalvesOfLastPass(const double* yr, const double* yi, double* dst, size_t m, const double* wr,
                           const double* wi, double scale) {
   const size_t h = m / 2;
   auto re = [yr](size_t i) { return yr[i * kStride]; };
   auto im = [yi](size_t i) { return yi[i * kStride]; };
   JoinOuterBins(re(0) + re(h), im(0) + im(h), dst, m, scale);
-  CORVANE_INDEPENDENT_ITERATIONS
-  for (size_t k = 1; k < h; ++k) {
-    JoinBins(re(k) + re(k + h), im(k) + im(k + h), re(h - k) - re(m - k), im(h - k) - im(m - k), k, m, wr, wi,
-             scale / 2, dst);
-  }
+  ForEachBin<V>(1, h, [&]<typename W>(size_t k) {
+    const W zkr = LoadLanes<W, kStride>(yr + k * kStride) + LoadLanes<W, kStride>(yr + (k + h) * kStride);
+    const W zki = LoadLanes<W, kStride>(yi + k * kStride) + LoadLanes<W, kStride>(yi + (k + h) * kStride);
+    const W zmr = LoadLanesDown<W, kStride>(yr, h - k) - LoadLanesDown<W, kStride>(yr, m - k);
+    const W zmi = LoadLanesDown<W, kStride>(yi, h - k) - LoadLanesDown<W, kStride>(yi, m - k);
+    JoinBins<W>(zkr, zki, zmr, zmi, k, m, wr, wi, scale / 2, dst);
+  });
   const double middleR = re(0) - re(h), middleI = im(0) - im(h);
-  JoinBins(middleR, middleI, middleR, middleI, h, m, wr, wi, scale / 2, dst);
+  JoinBins<double>(middleR, middleI, middleR, middleI, h, m, wr, wi, scale / 2, dst);
 }
 
 // The inverse of JoinHalves without its 1/2: Z[k] = (X[k] + conj X[M-k]) +
 // i (X[k] - conj X[M-k]) conj(W^k), whose unscaled inverse transform is N z.
 // The imaginary parts of bins 0 and M are not read.
+template <typename V>
+inline void SplitBins(const double* src, Split z, size_t k, size_t m, const double* wr, const double* wi) {
+  V p, q, r, s;
+  LoadPairs<V>(src + 2 * k, p, q);
+  LoadPairs<V>(src + 2 * (m + 1 - k - kLaneCount<V>), r, s);
+  r = Reversed(r);
+  s = Reversed(s);
+  const V wkr = LoadLanes<V, 1>(wr + k), wki = LoadLanes<V, 1>(wi + k);
+  const V sr = p + r, si = q - s, dr = p - r, di = q + s;
+  const V tr = dr * wkr + di * wki, ti = di * wkr - dr * wki;
+  const size_t down = m + 1 - k - kLaneCount<V>;
+  StoreLanes<V, 1>(z.re + k, sr - ti);
+  StoreLanes<V, 1>(z.im + k, si + tr);
+  StoreLanes<V, 1>(z.re + down, Reversed(sr + ti));
+  StoreLanes<V, 1>(z.im + down, Reversed(tr - si));
+}
+
+// Bin M/2 meets itself, so it is left out of the lanes.
+template <typename V>
 void SplitHalves(const double* src, Split z, size_t m, const double* wr, const double* wi) {
   z.re[0] = src[0] + src[2 * m];
   z.im[0] = src[0] - src[2 * m];
-  CORVANE_INDEPENDENT_ITERATIONS
-  for (size_t k = 1; k <= m / 2; ++k) {
-    const double p = src[2 * k], q = src[2 * k + 1], r = src[2 * (m - k)], s = src[2 * (m - k) + 1];
-    const double sr = p + r, si = q - s, dr = p - r, di = q + s;
-    const double tr = dr * wr[k] + di * wi[k], ti = di * wr[k] - dr * wi[k];
-    z.re[k] = sr - ti;
-    z.im[k] = si + tr;
-    z.re[m - k] = sr + ti;
-    z.im[m - k] = tr - si;
-  }
+  ForEachBin<V>(1, m / 2, [&]<typename W>(size_t k) { SplitBins<W>(src, z, k, m, wr, wi); });
+  SplitBins<double>(src, z, m / 2, m, wr, wi);
 }
 
-// The forward transform of N = 2m >= 4 reals into the packed spectrum.
-// `work` holds N doubles (unused when m is 2). `splitTwiddles` is
-// exp(-2 pi i k / N) for k from 0 to m/2, real parts then imaginary parts.
+// The forward transform of N = 2m >= 4 reals into the packed spectrum, the
+// passes alternating between `buffers` (unused when m is 2), neither of which
+// is dst. `splitTwiddles` is exp(-2 pi i k / N) for k from 0 to m/2, real
+// parts then imaginary parts.
 template <typename V>
-void ForwardTransform(const double* src, double* dst, double* work, size_t m, const double* passTwiddles,
-                      const double* splitTwiddles, double scale) {
+void ForwardTransform(const double* src, double* dst, const FFTPassBuffers& buffers, size_t m,
+                      const double* passTwiddles, const double* splitTwiddles, double scale) {
   const double* wr = splitTwiddles;
   const double* wi = wr + m / 2 + 1;
   if (m == 2) {
-    JoinHalvesOfLastPass<2>(src, src + 1, dst, m, wr, wi, scale);
+    JoinHalvesOfLastPass<V, 2>(src, src + 1, dst, m, wr, wi, scale);
     return;
   }
   // The join writes dst, so the complex result goes to the work buffer.
-  const Split z{work, work + m};
-  ForwardRadix4Passes<V>(src, z, Split{dst, dst + m}, m, passTwiddles);
-  const bool oddPowerOfTwo = (m & 0xAAAAAAAAAAAAAAAAull) != 0;
-  if (oddPowerOfTwo) {
-    JoinHalvesOfLastPass<1>(z.re, z.im, dst, m, wr, wi, scale);
+  const Split z{buffers.workRe, buffers.workIm};
+  ForwardPasses<V>(src, z, Split{buffers.otherRe, buffers.otherIm}, m, passTwiddles);
+  if (ClosesWithRadix2(m)) {
+    JoinHalvesOfLastPass<V, 1>(z.re, z.im, dst, m, wr, wi, scale);
   } else {
-    JoinHalves(z, dst, m, wr, wi, scale);
+    JoinHalves<V>(z, dst, m, wr, wi, scale);
   }
 }
 
-// The inverse transform of a packed spectrum into N = 2m >= 4 reals; `work`
-// holds N doubles.
+// The inverse transform of a packed spectrum into N = 2m >= 4 reals, the
+// passes alternating between `buffers`, of which only the second may be dst.
 template <typename V>
-void InverseTransform(const double* src, double* dst, double* work, size_t m, const double* passTwiddles,
-                      const double* splitTwiddles, double scale) {
-  const Split inWork{work, work + m}, inDst{dst, dst + m};
-  const Split start = InverseStart(inWork, inDst, m);
-  SplitHalves(src, start, m, splitTwiddles, splitTwiddles + m / 2 + 1);
-  InverseComplex<V>(start, inWork, inDst, dst, m, passTwiddles, scale);
+void InverseTransform(const double* src, double* dst, const FFTPassBuffers& buffers, size_t m,
+                      const double* passTwiddles, const double* splitTwiddles, double scale) {
+  const Split work{buffers.workRe, buffers.workIm}, other{buffers.otherRe, buffers.otherIm};
+  const Split start = InverseStart(work, other, m);
+  SplitHalves<V>(src, start, m, splitTwiddles, splitTwiddles + m / 2 + 1);
+  InverseComplex<V>(start, work, other, dst, m, passTwiddles, scale);
 }
 
 }  // namespace

@@ -8,10 +8,19 @@
 
 #include "primitives/prim_signal.h"
 
+// The two arrays of m complex numbers that the passes of a transform of
+// N = 2m samples alternate between, each as real parts and imaginary parts.
+struct FFTPassBuffers {
+  double* workRe;
+  double* workIm;
+  double* otherRe;
+  double* otherIm;
+};
+
 // The transform of N = 2m >= 4 samples (ForwardTransform or InverseTransform
 // of fft_passes.h, compiled for one instruction set).
-using FFTCoreFn = void (*)(const double* src, double* dst, double* work, size_t m, const double* passTwiddles,
-                           const double* splitTwiddles, double scale);
+using FFTCoreFn = void (*)(const double* src, double* dst, const FFTPassBuffers& buffers, size_t m,
+                           const double* passTwiddles, const double* splitTwiddles, double scale);
 // dst = dst * src on `length` >= 1 complex numbers.
 using SpectrumProductFn = void (*)(const double* src, double* dst, int length);
 
