@@ -9,9 +9,9 @@
 // (PassRadix), a radix-4 pass and the radix-2 pass after it sharing one sweep
 // over memory: out of place between two buffers, in natural order, with real
 // and imaginary parts in separate arrays so that the inner loops run over
-// consecutive doubles. The first
-// forward pass reads the interleaved samples and the last inverse pass writes
-// them, scaled, so that no pass is spent on packing.
+// consecutive doubles. The first forward pass reads the interleaved samples
+// and the last inverse pass writes them, scaled, so that no pass is spent on
+// packing.
 #include <cmath>
 #include <cstring>
 #include <memory>
@@ -79,7 +79,6 @@ std::vector<double> MakeSplitTwiddles(size_t n) {
   }
   return table;
 }
-
 
 // The buffers of a transform's passes: the caller's work buffer and the
 // destination, or two of our own for the length of the call. Ours keep a
