@@ -79,9 +79,8 @@ constexpr ResampleFn* kYCbCr422To420[kPrimSlotCount] = {ycbcr422_to_420_c, ycbcr
                                                         ycbcr422_to_420_c, ycbcr422_to_420_c, ycbcr422_to_420_c};
 constexpr ResampleFn* kYCbCr420To422[kPrimSlotCount] = {ycbcr420_to_422_c, ycbcr420_to_422_c, ycbcr420_to_422_c,
                                                         ycbcr420_to_422_c, ycbcr420_to_422_c, ycbcr420_to_422_c};
-constexpr ResampleFn* kYCbCr420To422Interlaced[kPrimSlotCount] = {
-    ycbcr420_to_422_interlaced_c, ycbcr420_to_422_interlaced_c,     ycbcr420_to_422_interlaced_c,
-    ycbcr420_to_422_interlaced_c, ycbcr420_to_422_interlaced_sse41, ycbcr420_to_422_interlaced_avx};
+constexpr auto kYCbCr420To422Interlaced =
+    VectorSlots(ycbcr420_to_422_interlaced_c, ycbcr420_to_422_interlaced_sse41, ycbcr420_to_422_interlaced_avx);
 
 }  // namespace
 

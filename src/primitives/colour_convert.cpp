@@ -352,37 +352,18 @@ int rgb_to_yuv_planar_c(const uint8_t* src, int srcStep, uint8_t* const dst[3], 
 
 // --- Signatures and tables ---
 
-constexpr PackedToPackedFn* kYCbCrToRGB[kPrimSlotCount] = {ycbcr_to_rgb_c, ycbcr_to_rgb_c,     ycbcr_to_rgb_c,
-                                                           ycbcr_to_rgb_c, ycbcr_to_rgb_sse41, ycbcr_to_rgb_avx};
-constexpr PackedToPlanarFn* kRGBToYCbCrPlanar[kPrimSlotCount] = {rgb_to_ycbcr_planar_c,     rgb_to_ycbcr_planar_c,
-                                                                 rgb_to_ycbcr_planar_c,     rgb_to_ycbcr_planar_c,
-                                                                 rgb_to_ycbcr_planar_sse41, rgb_to_ycbcr_planar_avx};
-constexpr PlanarToPackedFn* kYCbCr420ToRGB[kPrimSlotCount] = {ycbcr420_to_rgb_c,     ycbcr420_to_rgb_c,
-                                                              ycbcr420_to_rgb_c,     ycbcr420_to_rgb_c,
-                                                              ycbcr420_to_rgb_sse41, ycbcr420_to_rgb_avx};
-constexpr PlanarToPackedFn* kYCbCr422ToRGB[kPrimSlotCount] = {ycbcr422_to_rgb_c,     ycbcr422_to_rgb_c,
-                                                              ycbcr422_to_rgb_c,     ycbcr422_to_rgb_c,
-                                                              ycbcr422_to_rgb_sse41, ycbcr422_to_rgb_avx};
-constexpr PlanarToPackedFn* kYCbCr422ToBGR[kPrimSlotCount] = {ycbcr422_to_bgr_c,     ycbcr422_to_bgr_c,
-                                                              ycbcr422_to_bgr_c,     ycbcr422_to_bgr_c,
-                                                              ycbcr422_to_bgr_sse41, ycbcr422_to_bgr_avx};
-constexpr PackedToSubsampledFn* kRGBToYUV420[kPrimSlotCount] = {
-    rgb_to_yuv420_c, rgb_to_yuv420_c, rgb_to_yuv420_c, rgb_to_yuv420_c, rgb_to_yuv420_sse41, rgb_to_yuv420_avx};
-constexpr PackedToSubsampledFn* kBGRToYCbCr420[kPrimSlotCount] = {bgr_to_ycbcr420_c,     bgr_to_ycbcr420_c,
-                                                                  bgr_to_ycbcr420_c,     bgr_to_ycbcr420_c,
-                                                                  bgr_to_ycbcr420_sse41, bgr_to_ycbcr420_avx};
-constexpr PackedToSubsampledFn* kBGRToYCbCr422[kPrimSlotCount] = {bgr_to_ycbcr422_c,     bgr_to_ycbcr422_c,
-                                                                  bgr_to_ycbcr422_c,     bgr_to_ycbcr422_c,
-                                                                  bgr_to_ycbcr422_sse41, bgr_to_ycbcr422_avx};
-constexpr PackedToSubsampledFn* kRGBToYCbCr420[kPrimSlotCount] = {rgb_to_ycbcr420_c,     rgb_to_ycbcr420_c,
-                                                                  rgb_to_ycbcr420_c,     rgb_to_ycbcr420_c,
-                                                                  rgb_to_ycbcr420_sse41, rgb_to_ycbcr420_avx};
-constexpr PackedToSubsampledFn* kRGBToYCbCr422[kPrimSlotCount] = {rgb_to_ycbcr422_c,     rgb_to_ycbcr422_c,
-                                                                  rgb_to_ycbcr422_c,     rgb_to_ycbcr422_c,
-                                                                  rgb_to_ycbcr422_sse41, rgb_to_ycbcr422_avx};
-constexpr PackedToPlanarFn* kRGBToYUVPlanar[kPrimSlotCount] = {rgb_to_yuv_planar_c,     rgb_to_yuv_planar_c,
-                                                               rgb_to_yuv_planar_c,     rgb_to_yuv_planar_c,
-                                                               rgb_to_yuv_planar_sse41, rgb_to_yuv_planar_avx};
+constexpr auto kYCbCrToRGB = VectorSlots(ycbcr_to_rgb_c, ycbcr_to_rgb_sse41, ycbcr_to_rgb_avx);
+constexpr auto kRGBToYCbCrPlanar =
+    VectorSlots(rgb_to_ycbcr_planar_c, rgb_to_ycbcr_planar_sse41, rgb_to_ycbcr_planar_avx);
+constexpr auto kYCbCr420ToRGB = VectorSlots(ycbcr420_to_rgb_c, ycbcr420_to_rgb_sse41, ycbcr420_to_rgb_avx);
+constexpr auto kYCbCr422ToRGB = VectorSlots(ycbcr422_to_rgb_c, ycbcr422_to_rgb_sse41, ycbcr422_to_rgb_avx);
+constexpr auto kYCbCr422ToBGR = VectorSlots(ycbcr422_to_bgr_c, ycbcr422_to_bgr_sse41, ycbcr422_to_bgr_avx);
+constexpr auto kRGBToYUV420 = VectorSlots(rgb_to_yuv420_c, rgb_to_yuv420_sse41, rgb_to_yuv420_avx);
+constexpr auto kBGRToYCbCr420 = VectorSlots(bgr_to_ycbcr420_c, bgr_to_ycbcr420_sse41, bgr_to_ycbcr420_avx);
+constexpr auto kBGRToYCbCr422 = VectorSlots(bgr_to_ycbcr422_c, bgr_to_ycbcr422_sse41, bgr_to_ycbcr422_avx);
+constexpr auto kRGBToYCbCr420 = VectorSlots(rgb_to_ycbcr420_c, rgb_to_ycbcr420_sse41, rgb_to_ycbcr420_avx);
+constexpr auto kRGBToYCbCr422 = VectorSlots(rgb_to_ycbcr422_c, rgb_to_ycbcr422_sse41, rgb_to_ycbcr422_avx);
+constexpr auto kRGBToYUVPlanar = VectorSlots(rgb_to_yuv_planar_c, rgb_to_yuv_planar_sse41, rgb_to_yuv_planar_avx);
 
 }  // namespace
 

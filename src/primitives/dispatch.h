@@ -11,11 +11,19 @@
 // A variant in a slot may use only what its slot guarantees.
 #pragma once
 
+#include <array>
 #include <cstdint>
 
 #include "primitives/prim_status.h"
 
 inline constexpr int kPrimSlotCount = 6;
+
+// The table of a primitive with SSE4.1 and AVX variants: the portable one
+// fills slots 0 to 3, where nothing faster is written.
+template <typename Fn>
+constexpr std::array<Fn, kPrimSlotCount> VectorSlots(Fn portable, Fn sse41, Fn avx) {
+  return {portable, portable, portable, portable, sse41, avx};
+}
 
 // Processor feature bits of the features word.
 enum PrimFeature : uint64_t {

@@ -192,11 +192,8 @@ constexpr FFTTransformFn kFFTForward[kPrimSlotCount] = {fft_forward_c, fft_forwa
 constexpr FFTTransformFn kFFTInverse[kPrimSlotCount] = {fft_inverse_c, fft_inverse_c, fft_inverse_c,
                                                         fft_inverse_c, fft_inverse_c, fft_inverse_avx};
 
-using MulPackedSpectrumFn = int (*)(const double* src, double* dst, int length);
-
-constexpr MulPackedSpectrumFn kMulPackedSpectrum[kPrimSlotCount] = {
-    mul_packed_spectrum_c, mul_packed_spectrum_c,     mul_packed_spectrum_c,
-    mul_packed_spectrum_c, mul_packed_spectrum_sse41, mul_packed_spectrum_avx};
+constexpr auto kMulPackedSpectrum =
+    VectorSlots(mul_packed_spectrum_c, mul_packed_spectrum_sse41, mul_packed_spectrum_avx);
 
 }  // namespace
 

@@ -60,14 +60,11 @@ void InverseTransform(const int16_t* coefficients, int frequencies, uint8_t* dst
   }
 }
 
-using IDCT8x8Fn = int (*)(const int16_t* coefficients, uint8_t* dst, int dstStep, int count);
-
 int idct8x8_c(const int16_t* coefficients, uint8_t* dst, int dstStep, int count) {
   return IDCT8x8With(InverseTransform, coefficients, dst, dstStep, count);
 }
 
-constexpr IDCT8x8Fn kIDCT8x8[kPrimSlotCount] = {idct8x8_c, idct8x8_c,     idct8x8_c,
-                                               idct8x8_c, idct8x8_sse41, idct8x8_avx};
+constexpr auto kIDCT8x8 = VectorSlots(idct8x8_c, idct8x8_sse41, idct8x8_avx);
 
 }  // namespace
 

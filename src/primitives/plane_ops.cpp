@@ -267,23 +267,16 @@ using AlphaCompRGBFn = int(const uint8_t*, int, uint8_t, const uint8_t*, int, ui
 using MirrorCopyFn = int(const uint8_t*, int, uint8_t*, int, int, int, int);
 using MirrorInPlaceFn = int(uint8_t*, int, int, int, int);
 
-constexpr CopyPlaneFn* kCopyPlane[kPrimSlotCount] = {copy_plane_c, copy_plane_c,     copy_plane_c,
-                                                     copy_plane_c, copy_plane_sse41, copy_plane_avx};
+constexpr auto kCopyPlane = VectorSlots(copy_plane_c, copy_plane_sse41, copy_plane_avx);
 constexpr SetPlaneFn* kSetPlane[kPrimSlotCount] = {set_plane_c, set_plane_c, set_plane_c,
                                                    set_plane_c, set_plane_c, set_plane_c};
 constexpr SetRGBFn* kSetRGB[kPrimSlotCount] = {set_rgb_c, set_rgb_c, set_rgb_c, set_rgb_c, set_rgb_c, set_rgb_c};
-constexpr AbsDiffFn* kAbsDiff[kPrimSlotCount] = {abs_diff_c, abs_diff_c,     abs_diff_c,
-                                                 abs_diff_c, abs_diff_sse41, abs_diff_avx};
-constexpr AddScaledFn* kAddScaled[kPrimSlotCount] = {add_scaled_c, add_scaled_c,     add_scaled_c,
-                                                     add_scaled_c, add_scaled_sse41, add_scaled_avx};
-constexpr MulScaleRGBFn* kMulScaleRGB[kPrimSlotCount] = {mul_scale_rgb_c, mul_scale_rgb_c,     mul_scale_rgb_c,
-                                                         mul_scale_rgb_c, mul_scale_rgb_sse41, mul_scale_rgb_avx};
-constexpr ThresholdFn* kThresholdLow[kPrimSlotCount] = {threshold_low_c, threshold_low_c,     threshold_low_c,
-                                                        threshold_low_c, threshold_low_sse41, threshold_low_avx};
-constexpr ThresholdFn* kThresholdHigh[kPrimSlotCount] = {threshold_high_c, threshold_high_c,     threshold_high_c,
-                                                         threshold_high_c, threshold_high_sse41, threshold_high_avx};
-constexpr CompareConstFn* kCompareConst[kPrimSlotCount] = {compare_const_c, compare_const_c,     compare_const_c,
-                                                           compare_const_c, compare_const_sse41, compare_const_avx};
+constexpr auto kAbsDiff = VectorSlots(abs_diff_c, abs_diff_sse41, abs_diff_avx);
+constexpr auto kAddScaled = VectorSlots(add_scaled_c, add_scaled_sse41, add_scaled_avx);
+constexpr auto kMulScaleRGB = VectorSlots(mul_scale_rgb_c, mul_scale_rgb_sse41, mul_scale_rgb_avx);
+constexpr auto kThresholdLow = VectorSlots(threshold_low_c, threshold_low_sse41, threshold_low_avx);
+constexpr auto kThresholdHigh = VectorSlots(threshold_high_c, threshold_high_sse41, threshold_high_avx);
+constexpr auto kCompareConst = VectorSlots(compare_const_c, compare_const_sse41, compare_const_avx);
 constexpr AlphaCompRGBFn* kAlphaCompRGB[kPrimSlotCount] = {alpha_comp_rgb_c, alpha_comp_rgb_c, alpha_comp_rgb_c,
                                                            alpha_comp_rgb_c, alpha_comp_rgb_c, alpha_comp_rgb_c};
 constexpr MirrorCopyFn* kMirrorCopyRGB[kPrimSlotCount] = {mirror_copy_rgb_c, mirror_copy_rgb_c, mirror_copy_rgb_c,

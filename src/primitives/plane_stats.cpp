@@ -54,9 +54,8 @@ int norm_diff_l2_c(const uint8_t* src1, int src1Step, const uint8_t* src2, int s
 
 using NormDiffL2Fn = int(const uint8_t*, int, const uint8_t*, int, int, int, double*);
 
-constexpr CountInRangeFn* kCountInRange[kPrimSlotCount] = {count_in_range_c, count_in_range_c,     count_in_range_c,
-                                                           count_in_range_c, count_in_range_sse41, count_in_range_avx};
-constexpr MaxFn* kMax[kPrimSlotCount] = {max_c, max_c, max_c, max_c, max_sse41, max_avx};
+constexpr auto kCountInRange = VectorSlots(count_in_range_c, count_in_range_sse41, count_in_range_avx);
+constexpr auto kMax = VectorSlots(max_c, max_sse41, max_avx);
 constexpr NormDiffL2Fn* kNormDiffL2[kPrimSlotCount] = {norm_diff_l2_c, norm_diff_l2_c, norm_diff_l2_c,
                                                        norm_diff_l2_c, norm_diff_l2_c, norm_diff_l2_c};
 

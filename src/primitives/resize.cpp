@@ -647,10 +647,6 @@ constexpr ResizeGetBufferSizeFn kResizeGetBufferSize[kPrimSlotCount] = {
     resize_get_buffer_size_c, resize_get_buffer_size_c, resize_get_buffer_size_c,
     resize_get_buffer_size_c, resize_get_buffer_size_c, resize_get_buffer_size_c};
 
-using ResizePlaneFn = int (*)(const uint8_t* src, int srcWidth, int srcHeight, int srcStep, PlaneRect srcRect,
-                              uint8_t* dst, int dstStep, PlaneRect dstRect, double xFactor, double yFactor,
-                              double xShift, double yShift, int interpolation, uint8_t* buffer);
-
 int resize_plane_c(const uint8_t* src, int srcWidth, int srcHeight, int srcStep, PlaneRect srcRect, uint8_t* dst,
                    int dstStep, PlaneRect dstRect, double xFactor, double yFactor, double xShift, double yShift,
                    int interpolation, uint8_t* buffer) {
@@ -658,8 +654,7 @@ int resize_plane_c(const uint8_t* src, int srcWidth, int srcHeight, int srcStep,
                          yFactor, xShift, yShift, interpolation, buffer);
 }
 
-constexpr ResizePlaneFn kResizePlane[kPrimSlotCount] = {resize_plane_c, resize_plane_c,     resize_plane_c,
-                                                        resize_plane_c, resize_plane_sse41, resize_plane_avx};
+constexpr auto kResizePlane = VectorSlots(resize_plane_c, resize_plane_sse41, resize_plane_avx);
 
 }  // namespace
 
