@@ -21,6 +21,10 @@ constexpr double kNoWindow = -128.0;      // no window was evaluated
 constexpr double kNothingGated = -120.0;  // no value passed the gate, or no peak
 constexpr double kNoGate = 100.0;         // a gate level that picks every value
 constexpr size_t kInitialBlocks = 3000;   // one minute of sub-blocks
+// Windows in 20 ms sub-blocks.
+constexpr int64_t kSubBlockMilliseconds = 20;
+constexpr int64_t kMomentaryWindow = 400 / kSubBlockMilliseconds;
+constexpr int64_t kShortTermWindow = 3000 / kSubBlockMilliseconds;
 
 double LoudnessOf(double meanSquare) { return 10.0 * std::log10(meanSquare) - 0.691; }
 
@@ -219,16 +223,16 @@ double CAudioBS1770Impl::GetLoudness(int mode) const {
   int64_t hop = 1;
   switch (mode) {
     case LOUDNESS_MOMENTARY:
-      window = 20;
+      window = kMomentaryWindow;
       break;
     case LOUDNESS_SHORT_TERM:
-      window = 150;
+      window = kShortTermWindow;
       break;
     case LOUDNESS_BLOCKWISE:
       window = 1;
       break;
     case LOUDNESS_GATED: {
-      window = parameters.gatingBlockMilliseconds / 20;
+      window = parameters.gatingBlockMilliseconds / kSubBlockMilliseconds;
       const int64_t overlap = (parameters.gatingOverlapPercent * window) / 100;
       hop = std::max<int64_t>(1, window - overlap);
       if (window <= 0) window = n;
@@ -284,19 +288,19 @@ void CAudioBS1770Impl::CopyChannelBlocks(unsigned targetChannel, unsigned source
 // Unlike GetLoudness, a range evaluates the first window that fits.
 double CAudioBS1770Impl::RangeLoudness(const WindowSums& sums, int mode, int64_t position, int stepMilliseconds) const {
   const int64_t n = sums.Count();
-  const int64_t first = position / 20;
-  const int64_t length = stepMilliseconds / 20;
+  const int64_t first = position / kSubBlockMilliseconds;
+  const int64_t length = stepMilliseconds / kSubBlockMilliseconds;
   const int64_t end = std::min(first + length, n);
   int64_t window = 0;
   switch (mode) {
     case LOUDNESS_MOMENTARY:
-      window = 20;
+      window = kMomentaryWindow;
       break;
     case LOUDNESS_SHORT_TERM:
-      window = 150;
+      window = kShortTermWindow;
       break;
     case LOUDNESS_BLOCKWISE:
-      window = 500;
+      window = 10000 / kSubBlockMilliseconds;
       break;
     case LOUDNESS_GATED:
       window = length == 0 ? n : length;

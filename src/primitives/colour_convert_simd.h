@@ -461,6 +461,14 @@ void LumaOfBlock(const Pairs pairs[4], uint8_t* y) {
   Store(y, _mm_shuffle_epi8(_mm_packus_epi16(halves[0], halves[1]), order));
 }
 
+// Reads the sixteen pixels of a block at `src` as the word pairs of its four
+// groups, and stores their luma.
+template <const Layout& layout>
+void PairsAndLumaOfBlock(const uint8_t* src, Pairs pairs[4], uint8_t* y) {
+  for (int g = 0; g < 4; ++g) pairs[g] = PairsOf<layout>(src, g);
+  LumaOfBlock(pairs, y);
+}
+
 // The (R, G) and (B, G) pairs of adjacent pixels added, for the pixel pairs
 // of groups g and g + 1: the sums of the low words stay far below 65536, so
 // 32-bit adds keep each word to itself.
@@ -482,8 +490,7 @@ void FullBlocks(const uint8_t* const* in, uint8_t* const* out, int width) {
   uint8_t *y = out[0], *cb = out[1], *cr = out[2];
   for (int x = 0; x < width; x += 16) {
     Pairs pairs[4];
-    for (int g = 0; g < 4; ++g) pairs[g] = PairsOf<layout>(src + 3 * x, g);
-    LumaOfBlock(pairs, y + x);
+    PairsAndLumaOfBlock<layout>(src + 3 * x, pairs, y + x);
     __m128i cbOfGroup[4], crOfGroup[4];
     for (int g = 0; g < 4; ++g) {
       const __m128i differences = DifferencesOf(pairs[g]);
@@ -501,8 +508,7 @@ void Blocks422(const uint8_t* const* in, uint8_t* const* out, int width) {
   uint8_t *y = out[0], *cb = out[1], *cr = out[2];
   for (int x = 0; x < width; x += 16) {
     Pairs pairs[4];
-    for (int g = 0; g < 4; ++g) pairs[g] = PairsOf<layout>(src + 3 * x, g);
-    LumaOfBlock(pairs, y + x);
+    PairsAndLumaOfBlock<layout>(src + 3 * x, pairs, y + x);
     const Pairs sums[2] = {PairSums(pairs[0], pairs[1]), PairSums(pairs[2], pairs[3])};
     StoreChroma(sums, kChromaOfPair, cb + x / 2, cr + x / 2);
   }
@@ -514,12 +520,8 @@ void Blocks420(const uint8_t* const* in, uint8_t* const* out, int width) {
   uint8_t *yTop = out[0], *yBottom = out[1], *cb = out[2], *cr = out[3];
   for (int x = 0; x < width; x += 16) {
     Pairs top[4], bottom[4];
-    for (int g = 0; g < 4; ++g) {
-      top[g] = PairsOf<layout>(srcTop + 3 * x, g);
-      bottom[g] = PairsOf<layout>(srcBottom + 3 * x, g);
-    }
-    LumaOfBlock(top, yTop + x);
-    LumaOfBlock(bottom, yBottom + x);
+    PairsAndLumaOfBlock<layout>(srcTop + 3 * x, top, yTop + x);
+    PairsAndLumaOfBlock<layout>(srcBottom + 3 * x, bottom, yBottom + x);
     const Pairs sums[2] = {PairSums(Add(top[0], bottom[0]), Add(top[1], bottom[1])),
                            PairSums(Add(top[2], bottom[2]), Add(top[3], bottom[3]))};
     StoreChroma(sums, kChromaOfSquare, cb + x / 2, cr + x / 2);
