@@ -227,19 +227,29 @@ float MatrixRow(int row, float y, float u, float v) {
 
 namespace {
 
+float Centred(uint8_t chroma) { return static_cast<float>(chroma - 128); }
+
 // The chroma side of one line. m10 and m20 are 0, so a chroma output depends
-// on its chroma sample alone and is worked out once per sample; so are the
-// luma row's chroma terms m01·U and m02·V, spread to the columns they serve.
+// on its chroma sample alone and is worked out once per sample.
 void ConvertChromaLine(const uint8_t* sourceU, const uint8_t* sourceV, uint8_t* targetU, uint8_t* targetV,
-                       int samples, int columnsPerSample, float* uTerm, float* vTerm) {
+                       int samples) {
   for (int c = 0; c < samples; ++c) {
-    const float u = static_cast<float>(sourceU[c] - 128);
-    const float v = static_cast<float>(sourceV[c] - 128);
+    const float u = Centred(sourceU[c]), v = Centred(sourceV[c]);
     targetU[c] = StoreLow8(std::min(MatrixRow(1, 0.0f, u, v) + 128.0f, 240.0f));
     targetV[c] = StoreLow8(std::min(MatrixRow(2, 0.0f, u, v) + 128.0f, 240.0f));
-    for (int k = 0; k < columnsPerSample; ++k) {
-      uTerm[columnsPerSample * c + k] = kBT709ToBT601[0][1] * u;
-      vTerm[columnsPerSample * c + k] = kBT709ToBT601[0][2] * v;
+  }
+}
+
+// The luma rows' chroma terms m01·U and m02·V of a chroma line, spread to the
+// columns they serve. kColumnsPerSample is fixed at compile time so that the
+// loop runs on vectors.
+template <int kColumnsPerSample>
+void SpreadChromaTerms(const uint8_t* sourceU, const uint8_t* sourceV, int samples, float* uTerm, float* vTerm) {
+  for (int c = 0; c < samples; ++c) {
+    const float u = kBT709ToBT601[0][1] * Centred(sourceU[c]), v = kBT709ToBT601[0][2] * Centred(sourceV[c]);
+    for (int k = 0; k < kColumnsPerSample; ++k) {
+      uTerm[kColumnsPerSample * c + k] = u;
+      vTerm[kColumnsPerSample * c + k] = v;
     }
   }
 }
@@ -266,8 +276,13 @@ HRESULT CImageSupport::ConvertColorSpace(COLOR_SPACE_CONVERT, const CYUVFrame& s
   for (int i = 0; i < source.height; ++i) {
     if (i % chromaLineDivisor == 0) {
       const size_t chromaLine = static_cast<size_t>(i / chromaLineDivisor) * source.chromaStride;
-      ConvertChromaLine(source.u + chromaLine, source.v + chromaLine, target.u + chromaLine, target.v + chromaLine,
-                        samples, columnsPerSample, uTerm.data(), vTerm.data());
+      const uint8_t *u = source.u + chromaLine, *v = source.v + chromaLine;
+      ConvertChromaLine(u, v, target.u + chromaLine, target.v + chromaLine, samples);
+      if (columnsPerSample == 1) {
+        SpreadChromaTerms<1>(u, v, samples, uTerm.data(), vTerm.data());
+      } else {
+        SpreadChromaTerms<2>(u, v, samples, uTerm.data(), vTerm.data());
+      }
     }
     ConvertLumaLine(source.y + static_cast<size_t>(i) * source.stride, target.y + static_cast<size_t>(i) * target.stride,
                     source.width, uTerm.data(), vTerm.data());
