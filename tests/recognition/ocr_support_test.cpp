@@ -93,11 +93,8 @@ TEST(OCRSupportTest, InitializeFailsCleanlyWithoutTheModuleOrWithAnEntryMissing)
   EXPECT_EQ(support.Initialize(), E_FAIL);
   EXPECT_EQ(partial.TakeLog(),
             "Engine_Initialize Cfg_Create Cfg_LoadOptions Ocr_Create Ocr_Destroy Cfg_Destroy Engine_Uninitialize");
-  EXPECT_EQ(support.binding, nullptr);
-  EXPECT_FALSE(support.engineStarted);
-  EXPECT_EQ(support.configuration, 0);
-  EXPECT_EQ(support.recognition, 0);
-  EXPECT_EQ(support.image, 0);
+  EXPECT_TRUE(support.binding == nullptr && !support.engineStarted && support.configuration == 0 &&
+              support.recognition == 0 && support.image == 0);
 }
 
 TEST(OCRSupportTest, AreasAreMadeEvenAndKeepTheirType) {

@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -100,6 +101,14 @@ inline CYUVFrame FlatFrame(uint8_t luma, int width, int height) {
   std::memset(frame.y, luma, static_cast<size_t>(frame.lumaPlaneSize));
   std::memset(frame.u, 128, 2 * static_cast<size_t>(frame.chromaPlaneSize));
   return frame;
+}
+
+// Rectangles as {left, top, right, bottom}, to compare lists of areas whole.
+using Corners = std::vector<std::array<int32_t, 4>>;
+inline Corners CornersOf(const std::vector<CRect>& rects) {
+  Corners corners;
+  for (const RECT& r : rects) corners.push_back({r.left, r.top, r.right, r.bottom});
+  return corners;
 }
 
 // Letters, digits and hyphens, as channel names, clocks and dates show them.
