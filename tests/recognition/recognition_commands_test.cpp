@@ -12,6 +12,7 @@
 #include "recognition/ocr_test_support.h"
 #include "support/run_process.h"
 #include "support/temp_folder.h"
+#include "text_render.h"
 #include "y4m.h"
 
 namespace {
