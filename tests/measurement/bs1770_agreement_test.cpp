@@ -1,6 +1,8 @@
 // Agreement with libebur128 on the signals of EBU Tech 3341, made here.
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include "ebur128_oracle.h"
 #include "measurement/audio_bs1770.h"
 #include "measurement/audio_peak_level.h"
@@ -42,39 +44,33 @@ std::vector<double> Tone(double seconds, double dbfs) {
   return Sine(static_cast<size_t>(seconds * 48000), DbToAmplitude(dbfs), 1000.0);
 }
 
-TEST(BS1770AgreementTest, SteadyStereoTones) {
-  for (double level : {-23.0, -33.0}) {
-    const Block programme = Copies(Tone(20.0, level), 2);
-    const Readings ours = Ours(programme);
-    const Readings theirs = Theirs(programme);
-    EXPECT_NEAR(ours.integrated, level, kLoudnessTolerance) << level;
-    EXPECT_NEAR(ours.integrated, theirs.integrated, kLoudnessTolerance) << level;
-    EXPECT_NEAR(ours.momentaryMax, theirs.momentaryMax, kLoudnessTolerance) << level;
-    EXPECT_NEAR(ours.shortTermMax, theirs.shortTermMax, kLoudnessTolerance) << level;
-    EXPECT_NEAR(ours.truePeak, theirs.truePeak, kTruePeakTolerance) << level;
-  }
-}
-
-TEST(BS1770AgreementTest, GatedSequenceOfMinus36Minus23Minus36) {
-  const Block programme = Copies(Concat({Tone(10.0, -36.0), Tone(60.0, -23.0), Tone(10.0, -36.0)}), 2);
-  const Readings ours = Ours(programme);
-  const Readings theirs = Theirs(programme);
-  EXPECT_NEAR(ours.integrated, -23.0, kLoudnessTolerance);
-  EXPECT_NEAR(ours.integrated, theirs.integrated, kLoudnessTolerance);
-  EXPECT_NEAR(ours.shortTermMax, theirs.shortTermMax, kLoudnessTolerance);
-  EXPECT_NEAR(ours.truePeak, theirs.truePeak, kTruePeakTolerance);
-}
-
-TEST(BS1770AgreementTest, PinkNoiseStereoAndFiveChannels) {
-  const Block stereo{PinkNoise(20 * 48000, 0.05, 31), PinkNoise(20 * 48000, 0.05, 32)};
-  const Readings ours = Ours(stereo);
-  const Readings theirs = Theirs(stereo);
-  EXPECT_NEAR(ours.integrated, theirs.integrated, kLoudnessTolerance);
-  EXPECT_NEAR(ours.truePeak, theirs.truePeak, kTruePeakTolerance);
-
+// Steady tones, the gated sequence -36/-23/-36 and pink noise on two and five
+// channels: the loudness by hand where the signal gives it, and libebur128's.
+TEST(BS1770AgreementTest, Tech3341SignalsAndPinkNoise) {
   Block surround;
   for (uint32_t c = 0; c < 5; ++c) surround.push_back(PinkNoise(15 * 48000, 0.02 * (c + 1), 40 + c));
-  EXPECT_NEAR(Ours(surround).integrated, Theirs(surround).integrated, kLoudnessTolerance);
+  const struct {
+    Block programme;
+    double integrated;  // NAN where only libebur128 knows it
+  } cases[] = {
+      {Copies(Tone(20.0, -23.0), 2), -23.0},
+      {Copies(Tone(20.0, -33.0), 2), -33.0},
+      {Copies(Concat({Tone(10.0, -36.0), Tone(60.0, -23.0), Tone(10.0, -36.0)}), 2), -23.0},
+      {Block{PinkNoise(20 * 48000, 0.05, 31), PinkNoise(20 * 48000, 0.05, 32)}, NAN},
+      {surround, NAN},
+  };
+  for (size_t i = 0; i < std::size(cases); ++i) {
+    SCOPED_TRACE(i);
+    const Readings ours = Ours(cases[i].programme);
+    const Readings theirs = Theirs(cases[i].programme);
+    if (!std::isnan(cases[i].integrated)) {
+      EXPECT_NEAR(ours.integrated, cases[i].integrated, kLoudnessTolerance);
+    }
+    EXPECT_NEAR(ours.integrated, theirs.integrated, kLoudnessTolerance);
+    EXPECT_NEAR(ours.momentaryMax, theirs.momentaryMax, kLoudnessTolerance);
+    EXPECT_NEAR(ours.shortTermMax, theirs.shortTermMax, kLoudnessTolerance);
+    EXPECT_NEAR(ours.truePeak, theirs.truePeak, kTruePeakTolerance);
+  }
 }
 
 }  // namespace

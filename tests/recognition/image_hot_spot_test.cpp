@@ -13,6 +13,8 @@
 
 namespace {
 
+using corvane::test::Corners;
+using corvane::test::CornersOf;
 using corvane::test::FlatFrame;
 
 // Every byte of the frame's block, padding included, from a seeded generator.
@@ -25,9 +27,6 @@ bool SameBlock(const CYUVFrame& a, const CYUVFrame& b) {
   return a.bufferSize == b.bufferSize && (a.bufferSize == 0 || std::memcmp(a.y, b.y, a.bufferSize) == 0);
 }
 
-bool SameRect(const RECT& a, const RECT& b) {
-  return a.left == b.left && a.top == b.top && a.right == b.right && a.bottom == b.bottom;
-}
 
 // A hot spot of a 30 by 20 picture (padded to 32 by 32) with three areas.
 CImageHotSpot SampleHotSpot(CHROMA chroma = CHROMA_420) {
@@ -68,12 +67,8 @@ TEST_F(HotSpotFileTest, SaveThenLoadGivesBackAreasAndEveryByteOfThePlanes) {
     CImageHotSpot loaded;
     loaded.m_checkAreas = {CRect(9, 9, 9, 9)};  // replaced by the load
     ASSERT_TRUE(loaded.LoadHotSpotDataFromFile(path_));
-    ASSERT_EQ(loaded.m_checkAreas.size(), 3u);
-    ASSERT_EQ(loaded.m_ocrAreas.size(), 3u);
-    for (size_t i = 0; i < 3; ++i) {
-      EXPECT_TRUE(SameRect(loaded.m_checkAreas[i], saved.m_checkAreas[i])) << i;
-      EXPECT_TRUE(SameRect(loaded.m_ocrAreas[i], saved.m_ocrAreas[i])) << i;
-    }
+    EXPECT_EQ(CornersOf(loaded.m_checkAreas), CornersOf(saved.m_checkAreas));
+    EXPECT_EQ(CornersOf(loaded.m_ocrAreas), CornersOf(saved.m_ocrAreas));
     EXPECT_EQ(loaded.m_referenceFrame.width, 30);
     EXPECT_EQ(loaded.m_referenceFrame.height, 20);
     EXPECT_EQ(loaded.m_referenceFrame.chroma, chroma);
@@ -102,8 +97,7 @@ TEST_F(HotSpotFileTest, HotSpotsWithoutAreasOrPictureComeBackEmpty) {
   EXPECT_NE(Text().find("<areas_list/>"), std::string::npos);
   CImageHotSpot loaded = SampleHotSpot();
   ASSERT_TRUE(loaded.LoadHotSpotDataFromFile(path_));
-  EXPECT_TRUE(loaded.m_checkAreas.empty());
-  EXPECT_TRUE(loaded.m_ocrAreas.empty());
+  EXPECT_TRUE(loaded.m_checkAreas.empty() && loaded.m_ocrAreas.empty());
   EXPECT_EQ(loaded.m_referenceFrame.width, 0);
   EXPECT_EQ(loaded.m_referenceFrame.y, nullptr) << "the old picture went back";
 }
@@ -130,10 +124,8 @@ TEST_F(HotSpotFileTest, WithoutAUsablePictureTheAreasAreReplacedButNotThePicture
   CImageHotSpot spot = SampleHotSpot(CHROMA_422);
   const CImageHotSpot before = spot;
   EXPECT_FALSE(spot.LoadHotSpotDataFromFile(path_));
-  ASSERT_EQ(spot.m_checkAreas.size(), 2u);
-  EXPECT_TRUE(SameRect(spot.m_checkAreas[0], CRect(1, 2, 3, 4)));
-  EXPECT_TRUE(SameRect(spot.m_ocrAreas[0], CRect())) << "a missing rectangle is empty";
-  EXPECT_TRUE(SameRect(spot.m_checkAreas[1], CRect()));
+  EXPECT_EQ(CornersOf(spot.m_checkAreas), (Corners{{1, 2, 3, 4}, {0, 0, 0, 0}}));
+  EXPECT_EQ(CornersOf(spot.m_ocrAreas), (Corners{{0, 0, 0, 0}, {0, 0, 0, 0}})) << "a missing rectangle is empty";
   EXPECT_EQ(spot.m_referenceFrame.chroma, CHROMA_422);
   EXPECT_TRUE(SameBlock(spot.m_referenceFrame, before.m_referenceFrame));
 

@@ -7,16 +7,18 @@
 #include <vector>
 
 #include "recognition/nsocr_binding.h"
-#include "recognition/ocr_support_impl.h"
 #include "recognition/ocr_test_support.h"
 #include "recognition/wide_text.h"
 #include "support/temp_folder.h"
 
 namespace {
 
-using corvane::test::RenderCaption;
-using corvane::test::RenderedCaption;
-using corvane::tool::TextRenderer;
+// A picture as packed RGB, rows from the top.
+struct RenderedCaption {
+  std::vector<uint8_t> rgb;
+  int width = 0;
+  int height = 0;
+};
 
 class OCREngineTest : public testing::Test {
  protected:
@@ -67,18 +69,6 @@ class OCREngineTest : public testing::Test {
   NSOCRHandle recognition_ = 0;
   NSOCRHandle image_ = 0;
 };
-
-// Glyphs of 10 pixels: given to Tesseract at their own size, about a sixth
-// of the characters are misread.
-TEST_F(OCREngineTest, ScalingUpKeepsTinyCaptionsReadable) {
-  Open();
-  const TextRenderer renderer(TextRenderer::DefaultFontPath(), 10);
-  corvane::test::ReadingScore score;
-  for (const std::string& text : corvane::test::CaptionStrings()) {
-    score.Add(text, COCRSupportImpl::KeepTextCharacters(Read(RenderCaption(renderer, text, 10, 235, 16))));
-  }
-  EXPECT_GE(score.Accuracy(), 0.93);
-}
 
 TEST_F(OCREngineTest, PlainOrNoisyGroundsReadAsNoText) {
   Open();

@@ -1,6 +1,6 @@
 // Helpers of the recognition tests: the engine file chosen through the
 // environment, the call log of the stand-in engine, where the real engine
-// module is, flat pictures, captions drawn with a real font, and how close a
+// module is, flat pictures, area lists, caption strings, and how close a
 // reading comes to the text drawn.
 #pragma once
 
@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -18,7 +19,6 @@
 #include <vector>
 
 #include "core/frame.h"
-#include "text_render.h"
 
 namespace corvane::test {
 
@@ -102,6 +102,14 @@ inline CYUVFrame FlatFrame(uint8_t luma, int width, int height) {
   return frame;
 }
 
+// Rectangles as {left, top, right, bottom}, to compare lists of areas whole.
+using Corners = std::vector<std::array<int32_t, 4>>;
+inline Corners CornersOf(const std::vector<CRect>& rects) {
+  Corners corners;
+  for (const RECT& r : rects) corners.push_back({r.left, r.top, r.right, r.bottom});
+  return corners;
+}
+
 // Letters, digits and hyphens, as channel names, clocks and dates show them.
 inline const std::vector<std::string>& CaptionStrings() {
   static const std::vector<std::string> strings = {"BBC-ONE",    "Channel-4", "ZDF-info",   "RTL2",    "Sport-1",
@@ -109,28 +117,6 @@ inline const std::vector<std::string>& CaptionStrings() {
                                                    "Kanal-5",    "EPG-Guide", "Arte-HD",    "Movie-3", "TV-Guide",
                                                    "2024-11-08", "Euro-7",    "Live-Sport", "Prog-09", "Info-Kanal"};
   return strings;
-}
-
-// A caption as packed RGB, rows from the top: `text` with glyphs of
-// `pixelSize` pixels (the font's em) in `ink` on a plain `ground`, with a
-// margin of a quarter of the em around it.
-struct RenderedCaption {
-  std::vector<uint8_t> rgb;
-  int width = 0;
-  int height = 0;
-};
-
-inline RenderedCaption RenderCaption(const tool::TextRenderer& renderer, const std::string& text, int pixelSize,
-                                     uint8_t ink, uint8_t ground) {
-  const int margin = pixelSize / 4;
-  RenderedCaption caption;
-  caption.width = (renderer.Measure(text) + 2 * margin + 1) & ~1;
-  caption.height = (pixelSize + pixelSize / 3 + 2 * margin + 1) & ~1;
-  std::vector<uint8_t> grey(static_cast<size_t>(caption.width) * caption.height, ground);
-  renderer.Draw(grey.data(), caption.width, caption.width, caption.height, margin, margin + pixelSize, text, ink);
-  caption.rgb.resize(grey.size() * 3);
-  for (size_t i = 0; i < grey.size(); ++i) std::fill_n(caption.rgb.begin() + 3 * i, 3, grey[i]);
-  return caption;
 }
 
 // Edits (insertions, deletions, replacements) that turn `read` into `expected`.

@@ -12,10 +12,13 @@
 #include "recognition/ocr_test_support.h"
 #include "support/run_process.h"
 #include "support/temp_folder.h"
+#include "text_render.h"
 #include "y4m.h"
 
 namespace {
 
+using corvane::test::Corners;
+using corvane::test::CornersOf;
 using corvane::test::FlatFrame;
 using corvane::test::RunProcess;
 using corvane::test::TempFolder;
@@ -58,12 +61,8 @@ TEST(HotSpotCommandTest, SavesTheChosenFrameWithItsAreas) {
   ASSERT_EQ(result.exitStatus, 0) << result.output;
   CImageHotSpot loaded;
   ASSERT_TRUE(loaded.LoadHotSpotDataFromFile(spot));
-  ASSERT_EQ(loaded.m_checkAreas.size(), 2u);
-  EXPECT_EQ(loaded.m_checkAreas[0].right, 32);
-  EXPECT_EQ(loaded.m_ocrAreas[0].right, 32) << "the OCR area defaults to the check area";
-  EXPECT_EQ(loaded.m_checkAreas[1].left, 8);
-  EXPECT_EQ(loaded.m_ocrAreas[1].left, 30);
-  EXPECT_EQ(loaded.m_ocrAreas[1].bottom, 16);
+  EXPECT_EQ(CornersOf(loaded.m_checkAreas), (Corners{{0, 0, 32, 32}, {8, 8, 24, 24}}));
+  EXPECT_EQ(CornersOf(loaded.m_ocrAreas), (Corners{{0, 0, 32, 32}, {30, 0, 64, 16}})) << "the first defaults";
   EXPECT_EQ(loaded.m_referenceFrame.width, 64);
   EXPECT_EQ(loaded.m_referenceFrame.y[40 * loaded.m_referenceFrame.stride + 40], 80) << "frame 2";
   EXPECT_EQ(loaded.m_referenceFrame.y[10 * loaded.m_referenceFrame.stride + 10], 200);
