@@ -54,7 +54,10 @@ class AudioCommandsTest : public ::testing::Test {
   }
 
   void Write(const std::string& name, const Sound& sound, int encoding = SF_FORMAT_PCM_16) const {
-    SF_INFO info{.samplerate = sound.rate, .channels = sound.channels, .format = SF_FORMAT_WAV | encoding};
+    SF_INFO info{};
+    info.samplerate = sound.rate;
+    info.channels = sound.channels;
+    info.format = SF_FORMAT_WAV | encoding;
     SNDFILE* file = sf_open(Path(name).c_str(), SFM_WRITE, &info);
     ASSERT_NE(file, nullptr) << name;
     sf_writef_int(file, sound.samples.data(), static_cast<sf_count_t>(sound.samples.size() / sound.channels));
