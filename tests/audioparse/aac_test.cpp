@@ -14,6 +14,8 @@ using corvane::test::MilliTicks;
 using Config = CAudioSupport::CAAC_Config;
 using LATMReader = CAudioSupport::CAAC_LATMReader;
 
+using Values = std::vector<int64_t>;
+
 int64_t BitsRead(const CBitReader& reader) { return int64_t{reader.byteIndex} * 8 + reader.bitIndex; }
 
 // A buffer with slack behind the bits, so that an over-reading parser shows
@@ -40,13 +42,12 @@ TEST(ADTSTest, ReadsEveryFieldAndTheCrcOnlyWhenPresent) {
     h.crc_check = 77;
     ASSERT_EQ(CAudioSupport::CheckForADTSAACAudioHeader(&reader, &h), S_OK);
     EXPECT_EQ(BitsRead(reader), static_cast<int64_t>(w.BitCount()));
-    const std::vector<int64_t> read = {h.ID, h.layer, h.protection_absent, h.profile, h.sampling_frequency_index,
-                                       h.private_bit, h.channel_configuration, h.original_copy, h.home,
-                                       h.copyright_identification_bit, h.copyright_identification_start,
-                                       h.aac_frame_length, h.adts_buffer_fullness,
-                                       h.number_of_raw_data_blocks_in_frame, h.crc_check};
+    const Values read = {h.ID, h.layer, h.protection_absent, h.profile, h.sampling_frequency_index, h.private_bit,
+                         h.channel_configuration, h.original_copy, h.home, h.copyright_identification_bit,
+                         h.copyright_identification_start, h.aac_frame_length, h.adts_buffer_fullness,
+                         h.number_of_raw_data_blocks_in_frame, h.crc_check};
     const int64_t crc = protectionAbsent ? 77 : 0xBEEF;
-    EXPECT_EQ(read, (std::vector<int64_t>{1, 0, protectionAbsent, 1, 3, 1, 6, 0, 1, 0, 1, 1234, 0x7FF, 2, crc}));
+    EXPECT_EQ(read, (Values{1, 0, protectionAbsent, 1, 3, 1, 6, 0, 1, 0, 1, 1234, 0x7FF, 2, crc}));
   }
 }
 
@@ -136,19 +137,15 @@ BitWriter AudioSpecificConfig(uint32_t objectType, uint32_t frequencyIndex, uint
   return w;
 }
 
-struct ReadResult {
-  Config config;
-  uint32_t bits;
-  int64_t position;
-};
-
-ReadResult ReadConfig(const BitWriter& w) {
+// Reads an AudioSpecificConfig: object type, frequency index, frequency,
+// channels, SBR flag, the bits Read() reports and the bits it consumed.
+Values ReadConfig(const BitWriter& w) {
   const auto bytes = Padded(w);
   CBitReader reader(bytes.data());
-  ReadResult result;
-  result.bits = result.config.Read(reader);
-  result.position = BitsRead(reader);
-  return result;
+  Config c;
+  const uint32_t bits = c.Read(reader);
+  return {c.audioObjectType, c.samplingFrequencyIndex, c.samplingFrequency, c.channelConfiguration,
+          c.sbrPresentFlag, bits, BitsRead(reader)};
 }
 
 TEST(AudioSpecificConfigTest, RatesOfTheIndexAndImplicitSBR) {
@@ -163,42 +160,23 @@ TEST(AudioSpecificConfigTest, RatesOfTheIndexAndImplicitSBR) {
       {12, 1, 0, -1},     // index 12 has no rate here
   };
   for (const auto& c : kCases) {
-    SCOPED_TRACE(c.index);
-    const ReadResult r = ReadConfig(AudioSpecificConfig(2, c.index, c.channels));
-    EXPECT_EQ(r.config.audioObjectType, 2);
-    EXPECT_EQ(r.config.samplingFrequencyIndex, static_cast<int32_t>(c.index));
-    EXPECT_EQ(r.config.channelConfiguration, static_cast<int32_t>(c.channels));
-    EXPECT_EQ(r.config.samplingFrequency, c.rate);
-    EXPECT_EQ(r.config.sbrPresentFlag, c.sbr);
-    EXPECT_EQ(r.bits, 16u);
-    EXPECT_EQ(r.position, 16);
+    EXPECT_EQ(ReadConfig(AudioSpecificConfig(2, c.index, c.channels)), (Values{2, c.index, c.rate, c.channels, c.sbr, 16, 16}));
   }
 }
 
 TEST(AudioSpecificConfigTest, EscapedObjectTypeExplicitFrequencyAndExplicitSBR) {
   BitWriter escaped;
   escaped.Put(5, 31).Put(6, 10).Put(4, 4).Put(4, 1);  // escape, audioObjectTypeExt, frequency index, channels
-  ReadResult r = ReadConfig(escaped);
-  EXPECT_EQ(r.config.audioObjectType, 42);
-  EXPECT_EQ(r.config.samplingFrequency, 44100);
-  EXPECT_EQ(r.bits, 19u) << "no GASpecificConfig for object type 42";
+  EXPECT_EQ(ReadConfig(escaped), (Values{42, 4, 44100, 1, -1, 19, 19})) << "no GASpecificConfig for object type 42";
 
   BitWriter explicitRate;
   explicitRate.Put(5, 2).Put(4, 15).Put(24, 37800).Put(4, 2);  // type, index: explicit, samplingFrequency, channels
   PutGASpecificConfig(explicitRate);
-  r = ReadConfig(explicitRate);
-  EXPECT_EQ(r.config.samplingFrequencyIndex, 15);
-  EXPECT_EQ(r.config.samplingFrequency, 37800);
-  EXPECT_EQ(r.config.sbrPresentFlag, -1);
-  EXPECT_EQ(r.bits, 40u);
+  EXPECT_EQ(ReadConfig(explicitRate), (Values{2, 15, 37800, 2, -1, 40, 40}));
 
   BitWriter sbr;
   sbr.Put(5, 5).Put(4, 6).Put(4, 2).Put(4, 3);  // type: SBR, 24000 Hz, channels, extension index: 48000 Hz
-  r = ReadConfig(sbr);
-  EXPECT_EQ(r.config.audioObjectType, 5);
-  EXPECT_EQ(r.config.samplingFrequency, 48000);
-  EXPECT_EQ(r.config.sbrPresentFlag, 1);
-  EXPECT_EQ(r.bits, 17u);
+  EXPECT_EQ(ReadConfig(sbr), (Values{5, 6, 48000, 2, 1, 17, 17}));
 }
 
 // 2 front elements (one single, one pair), a side pair, a back single, one
@@ -225,13 +203,12 @@ TEST(AudioSpecificConfigTest, ProgramConfigElement) {
   const auto bytes = Padded(buffer);
   CBitReader reader(bytes.data());
   reader.bitIndex = 3;
-  Config config;
-  EXPECT_EQ(config.Read(reader), asc.BitCount());
+  Config c;
+  EXPECT_EQ(c.Read(reader), asc.BitCount());
   EXPECT_EQ(reader.ReadBits(8), 0xC3u);
-  EXPECT_EQ(config.channelConfiguration, 7);
-  EXPECT_EQ(config.audioObjectType, 1) << "the PCE's raw object_type";
-  EXPECT_EQ(config.samplingFrequencyIndex, 3);
-  EXPECT_EQ(config.samplingFrequency, 44100) << "the PCE's index does not change the rate";
+  // The PCE's raw object_type and index are kept; its index does not change the rate.
+  EXPECT_EQ((Values{c.channelConfiguration, c.audioObjectType, c.samplingFrequencyIndex, c.samplingFrequency}),
+            (Values{7, 1, 3, 44100}));
 }
 
 TEST(AudioSpecificConfigTest, GASpecificConfigExtensions) {
@@ -293,14 +270,10 @@ TEST(LATMTest, SimpleElementVersion0) {
   EXPECT_FALSE(latm.configured);
   ASSERT_TRUE(latm.AudioMuxElement(reader, 1, 100));
   EXPECT_EQ(BitsRead(reader), static_cast<int64_t>(w.BitCount()));
-  EXPECT_TRUE(latm.configured);
-  EXPECT_EQ(latm.streamCnt, 1);
-  EXPECT_EQ(latm.configs[0].samplingFrequency, 48000);
-  EXPECT_EQ(latm.configs[0].channelConfiguration, 2);
-  EXPECT_EQ(latm.frameLengthType[0], 0);
-  EXPECT_EQ(latm.latmBufferFullness[0], 0xFF);
-  EXPECT_EQ(latm.MuxSlotLengthBytes[0], 520);
-  EXPECT_EQ(latm.otherDataPresent, 0);
+  EXPECT_EQ((Values{latm.configured, latm.streamCnt, latm.configs[0].samplingFrequency,
+                    latm.configs[0].channelConfiguration, latm.frameLengthType[0], latm.latmBufferFullness[0],
+                    latm.MuxSlotLengthBytes[0], latm.otherDataPresent}),
+            (Values{1, 1, 48000, 2, 0, 0xFF, 520, 0}));
 }
 
 TEST(LATMTest, ElementsThatGiveNothingNew) {
@@ -341,13 +314,9 @@ TEST(LATMTest, Version1SkipsFillBitsToTheExactPosition) {
   LATMReader latm;
   ASSERT_TRUE(latm.StreamMuxConfig(reader, 5 * ascLen + 5));
   EXPECT_EQ(BitsRead(reader), static_cast<int64_t>(w.BitCount()));
-  EXPECT_EQ(latm.audioMuxVersion, 1);
-  EXPECT_EQ(latm.taraBufferFullness, 0x1234);
-  EXPECT_EQ(latm.configs[0].samplingFrequency, 44100);
-  EXPECT_EQ(latm.frameLengthType[0], 1);
-  EXPECT_EQ(latm.frameLength[0], 300);
-  EXPECT_EQ(latm.otherDataLenBits, 77);
-  EXPECT_EQ(latm.crcCheckSum, 0xA5);
+  EXPECT_EQ((Values{latm.audioMuxVersion, latm.taraBufferFullness, latm.configs[0].samplingFrequency,
+                    latm.frameLengthType[0], latm.frameLength[0], latm.otherDataLenBits, latm.crcCheckSum}),
+            (Values{1, 0x1234, 44100, 1, 300, 77, 0xA5}));
 
   LATMReader tooShort;
   CBitReader again(bytes.data());
@@ -385,21 +354,15 @@ TEST(LATMTest, ProgramsLayersAndChunks) {
   LATMReader latm;
   ASSERT_TRUE(latm.AudioMuxElement(reader, 1, 100));
   EXPECT_EQ(BitsRead(reader), static_cast<int64_t>(w.BitCount()));
-  EXPECT_EQ(latm.streamCnt, 3);
-  EXPECT_EQ(latm.streamID[0][1], 1);
-  EXPECT_EQ(latm.streamID[1][0], 2);
-  EXPECT_EQ(latm.progSIndx[2], 1);
-  EXPECT_EQ(latm.laySIndx[1], 1);
-  // Layer 0 of program 1 overwrote program 0's; layer 1 kept the copy.
-  EXPECT_EQ(latm.configs[0].samplingFrequency, 44100);
-  EXPECT_EQ(latm.configs[1].samplingFrequency, 48000);
-  EXPECT_EQ(latm.frameLength[1], 222);
-  EXPECT_EQ(latm.progCIndx[0], 1);
-  EXPECT_EQ(latm.layCIndx[0], 0);
-  EXPECT_EQ(latm.MuxSlotLengthBytes[2], 20);
-  EXPECT_EQ(latm.AuEndFlag[2], 1);
-  EXPECT_EQ(latm.MuxSlotLengthBytes[0], 258);
-  EXPECT_EQ(latm.AuEndFlag[0], 0);
+  EXPECT_EQ((Values{latm.streamCnt, latm.streamID[0][1], latm.streamID[1][0], latm.progSIndx[2], latm.laySIndx[1]}),
+            (Values{3, 1, 2, 1, 1}));
+  // Layer 0 of program 1 overwrote program 0's configuration; layer 1 kept the copy.
+  EXPECT_EQ((Values{latm.configs[0].samplingFrequency, latm.configs[1].samplingFrequency, latm.frameLength[1]}),
+            (Values{44100, 48000, 222}));
+  // The chunks: stream 2 first, then stream 0.
+  EXPECT_EQ((Values{latm.progCIndx[0], latm.layCIndx[0], latm.MuxSlotLengthBytes[2], latm.AuEndFlag[2],
+                    latm.MuxSlotLengthBytes[0], latm.AuEndFlag[0]}),
+            (Values{1, 0, 20, 1, 258, 0}));
 }
 
 TEST(LATMTest, MoreThanSixteenStreamsAreRefused) {
