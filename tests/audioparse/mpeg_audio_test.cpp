@@ -51,9 +51,9 @@ TEST(MPEGAudioTest, FirstHeaderWithPaddingThenTheShortWay) {
   EXPECT_EQ(std::tie(p.frameSize, p.streamType, p.bitRate, p.samplingRate, p.mpegVersion, p.mpegLayer,
                      p.protectionBit, p.bitRateCode, p.channels, p.bitsPerSample),
             std::make_tuple(417u, AUDIO_STREAM_MPEG, 128000u, 44100u, 3, 2, 1, 8, 2, 16));
-  uint8_t last[2];
-  std::memcpy(last, &params.lastHeaderBytes, 2);
-  EXPECT_EQ(std::vector<uint8_t>(last, last + 2), (std::vector<uint8_t>{0xFF, 0xFD}));
+  std::vector<uint8_t> last(2);
+  std::memcpy(last.data(), &params.lastHeaderBytes, 2);
+  EXPECT_EQ(last, (std::vector<uint8_t>{0xFF, 0xFD}));
 
   EXPECT_EQ(Parse(params, fields), 418);
   // The short way answers from the record alone.
@@ -86,7 +86,7 @@ TEST(MPEGAudioTest, FrameSizesAndDurations) {
   }
 }
 
-TEST(MPEGAudioTest, InvalidFields) {
+TEST(MPEGAudioTest, InvalidFieldsAndBitRatesNotAllowedInTheChannelMode) {
   CAudioStreamParameters params;
   EXPECT_EQ(Parse(params, {.bitrateIndex = 0}), -3);
   EXPECT_EQ(Parse(params, {.bitrateIndex = 15}), -3);
@@ -96,11 +96,9 @@ TEST(MPEGAudioTest, InvalidFields) {
     EXPECT_EQ(Parse(params, {.layer = kLayerIII, .bitrateIndex = index, .mode = kMono}), -3) << "index " << index;
   }
   EXPECT_EQ(params.streamType, AUDIO_STREAM_UNKNOWN);
-}
 
-TEST(MPEGAudioTest, BitRatesNotAllowedInTheChannelMode) {
-  // Stereo: 32, 48, 56 and 80 kbit/s; mono: 224, 256, 320 and 384 kbit/s,
-  // as bitrate_index per layer.
+  // Not in stereo: 32, 48, 56 and 80 kbit/s; not in mono: 224, 256, 320 and
+  // 384 kbit/s, as bitrate_index per layer. Refused ones still store the bit rate.
   const struct {
     uint32_t layer, mode;
     std::vector<uint32_t> refused;
@@ -113,7 +111,7 @@ TEST(MPEGAudioTest, BitRatesNotAllowedInTheChannelMode) {
   };
   for (const auto& c : kCases) {
     for (uint32_t index = 1; index < 15; ++index) {
-      CAudioStreamParameters params;
+      params = CAudioStreamParameters();
       const bool refused = std::find(c.refused.begin(), c.refused.end(), index) != c.refused.end();
       const int32_t result = Parse(params, {.layer = c.layer, .bitrateIndex = index, .mode = c.mode});
       EXPECT_EQ(result == -6, refused) << "layer code " << c.layer << " mode " << c.mode << " index " << index;
