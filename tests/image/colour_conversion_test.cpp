@@ -37,7 +37,7 @@ TEST(ColourConversionTest, SinglePixelsBetweenWordsAndStudioRange) {
   EXPECT_EQ(ycbcr(0x0000FF)[2], 240);
 }
 
-TEST(ColourConversionTest, StudioAndAnalogPathsDifferOnBlack) {
+TEST(ColourConversionTest, RgbBufferToFrameStudioAndAnalogPaths) {
   const int width = 6, height = 4;
   std::vector<uint8_t> black(3 * width * height, 0);
   CYUVFrame studio(width, height, CHROMA_420);
@@ -49,38 +49,29 @@ TEST(ColourConversionTest, StudioAndAnalogPathsDifferOnBlack) {
   // The luma padding columns (from `width` on) were set to 16 before the conversion.
   EXPECT_EQ((Bytes{analog.y[0], analog.u[0], analog.y[analog.stride * (height - 1) + width - 1], analog.y[width]}),
             (Bytes{0, 128, 0, 16}));
+
+  // A bottom-up buffer lands top-down, and odd sizes grow to even ones.
+  std::vector<uint8_t> rgb(3 * 722 * 482, 0);
+  std::memset(rgb.data() + 3 * 722 * 481, 255, 3 * 722);  // the buffer's last row, the picture's top: white
+  CYUVFrame grown;
+  CImageSupport::ConvertRGBBuffer2YUV420Frame(rgb.data(), grown, 721, 481);
+  EXPECT_EQ((Bytes{grown.width, grown.height, grown.y[0], grown.y[grown.stride]}), (Bytes{722, 482, 255, 0}));
 }
 
-TEST(ColourConversionTest, BottomUpBufferLandsTopDownAndOddSizesGrow) {
-  const int width = 721, height = 481;
-  const int evenWidth = 722, evenHeight = 482;
-  std::vector<uint8_t> rgb(3 * evenWidth * evenHeight, 0);
-  // The last row of the buffer is the top of the picture: make it white.
-  std::memset(rgb.data() + 3 * evenWidth * (evenHeight - 1), 255, 3 * evenWidth);
-  CYUVFrame frame;
-  CImageSupport::ConvertRGBBuffer2YUV420Frame(rgb.data(), frame, width, height);
-  EXPECT_EQ((Bytes{frame.width, frame.height, frame.y[0], frame.y[frame.stride]}),
-            (Bytes{evenWidth, evenHeight, 255, 0}));
-}
-
-TEST(ColourConversionTest, FrameToRgbRefusesFourFourFour) {
+TEST(ColourConversionTest, FrameToRgbRefusesFourFourFourAndStartsAtTheAreasPixel) {
   CYUVFrame frame = Filled(8, 4, CHROMA_444, 16, 128, 128);
-  std::vector<uint8_t> rgb(3 * 8 * 4, 7);
+  std::vector<uint8_t> rgb(3 * 10 * 8, 7);
   EXPECT_EQ(CImageSupport::ConvertYUVFrame_to_RGBBuffer(rgb.data(), frame), S_FALSE);
   EXPECT_EQ(rgb[0], 7);
   CYUVFrame frame422 = Filled(8, 4, CHROMA_422, 16, 128, 128);
   EXPECT_EQ(CImageSupport::ConvertYUVFrame_to_RGBBuffer(rgb.data(), frame422), S_OK);
   EXPECT_EQ(rgb[0], 0);
-}
 
-TEST(ColourConversionTest, AreaConversionStartsAtTheAreasPixel) {
-  CYUVFrame frame = Filled(32, 16, CHROMA_420, 16, 128, 128);
-  frame.y[4 * frame.stride + 6] = 235;  // top-left pixel of the area
-  std::vector<uint8_t> rgb(3 * 10 * 8, 0);
-  CImageSupport::ConvertYUVFrame_to_RGBBuffer(rgb.data(), frame, CRect(6, 4, 16, 12));
+  CYUVFrame frame420 = Filled(32, 16, CHROMA_420, 16, 128, 128);
+  frame420.y[4 * frame420.stride + 6] = 235;  // top-left pixel of the area
+  CImageSupport::ConvertYUVFrame_to_RGBBuffer(rgb.data(), frame420, CRect(6, 4, 16, 12));
   // PrimYCbCr420ToRGB has a rounding term: (76284 * 235 - 1187776) >> 16 = 255.
-  EXPECT_EQ(rgb[0], 255);
-  EXPECT_EQ(rgb[3], 0);
+  EXPECT_EQ((Bytes{rgb[0], rgb[3]}), (Bytes{255, 0}));
 }
 
 TEST(ColourConversionTest, ConvertChromaFollowsThePairTable) {

@@ -27,7 +27,7 @@ struct Block {
   const CCropResizeParams* operator->() const { return params; }
 };
 
-TEST(CropResizeInitTest, HdToSdFactorsAndInterpolation) {
+TEST(CropResizeInitTest, FactorsAndInterpolationThresholds) {
   const CSize hd(1920, 1080), sd(720, 480);
   const CRect all(0, 0, 1920, 1080);
   Block super(hd, sd, all, kNoMargins, CHROMA_420, kSuper);
@@ -43,14 +43,12 @@ TEST(CropResizeInitTest, HdToSdFactorsAndInterpolation) {
   CImageSupport::CropResizeGetXYFactor(hd, sd, all, kNoMargins, x, y);
   EXPECT_DOUBLE_EQ(x, super->xFactor);
   EXPECT_DOUBLE_EQ(y, super->yFactor);
-}
 
-TEST(CropResizeInitTest, InterpolationThresholds) {
   const CSize pal(720, 576), vga(640, 480);
-  const CRect all(0, 0, 720, 576);
-  EXPECT_EQ(Block(pal, vga, all, kNoMargins, CHROMA_420, kSuper)->interpolation, 8);
+  const CRect palArea(0, 0, 720, 576);
+  EXPECT_EQ(Block(pal, vga, palArea, kNoMargins, CHROMA_420, kSuper)->interpolation, 8);
   // 0.889 and 0.833 are above 0.6, so 4:2:2 keeps cubic.
-  EXPECT_EQ(Block(pal, vga, all, kNoMargins, CHROMA_422)->interpolation, 4);
+  EXPECT_EQ(Block(pal, vga, palArea, kNoMargins, CHROMA_422)->interpolation, 4);
   // Exactly 0.9 counts as small enough; an enlargement is always cubic.
   const CSize square(1000, 1000);
   const CRect whole(0, 0, 1000, 1000);
