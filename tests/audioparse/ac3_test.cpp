@@ -120,17 +120,26 @@ TEST(AC3Test, RefusedSyncCodesRatesAndImplausibleFrames) {
   EXPECT_EQ(params.samplingRate, 0u);
 }
 
-TEST(AC3Test, ChannelsAndLfeForEveryCodingMode) {
+// Both formats share acmod; the E-AC-3 accessors agree with its reader.
+TEST(AC3Test, ChannelsAndLfeForEveryCodingModeInBothFormats) {
   constexpr int32_t kChannels[8] = {2, 1, 2, 3, 3, 4, 4, 5};
   for (uint32_t acmod = 0; acmod < 8; ++acmod) {
-    for (int32_t lfeon = 0; lfeon < 2; ++lfeon) {
+    for (uint32_t lfeon = 0; lfeon < 2; ++lfeon) {
       SCOPED_TRACE(testing::Message() << "acmod " << acmod << " lfeon " << lfeon);
+      const int32_t lfe = static_cast<int32_t>(lfeon);
       CAudioStreamParameters p = SentinelParameters();
-      const auto header = AC3Header({0, 20, acmod, static_cast<uint32_t>(lfeon)});
+      const auto header = AC3Header({0, 20, acmod, lfeon});
       ASSERT_EQ(CAudioSupport::ReadAC3Parameters(&p, header.data()), 768u);
       EXPECT_EQ(std::tie(p.channels, p.lfe, p.streamType, p.bitsPerSample, p.alternateFlag, p.alternateChannels),
-                std::make_tuple(kChannels[acmod], lfeon, AUDIO_STREAM_AC3, 16, 0, 0));
+                std::make_tuple(kChannels[acmod], lfe, AUDIO_STREAM_AC3, 16, 0, 0));
       EXPECT_EQ(CAudioSupport::GetNumberOfAC3Channels(header.data()), kChannels[acmod]);
+
+      const auto eac3 = EAC3Header({.frmsiz = 100 + 37 * acmod, .acmod = acmod, .lfeon = lfeon});
+      const uint32_t size = CAudioSupport::ReadEAC3Parameters(&p, eac3.data());
+      EXPECT_EQ(std::tie(p.channels, p.lfe), std::make_tuple(kChannels[acmod], lfe));
+      EXPECT_EQ(CAudioSupport::GetNumberOfEAC3Channels(eac3.data()), p.channels + p.lfe);
+      EXPECT_EQ(CAudioSupport::GetEAC3AudioFrameSize(eac3.data(), 4), size);
+      EXPECT_EQ(CAudioSupport::GetEAC3AudioFrameSize(eac3.data(), 3), 0u);
     }
   }
 }
@@ -149,20 +158,6 @@ TEST(EAC3Test, FrameSizeAndBitRateByBlocks) {
   EXPECT_EQ(ReadEAC3(params, {.frmsiz = 511, .fscod = 1}), 1024u);
   EXPECT_EQ(params.bitRate, 235200u);  // 1024 * 8 * 44100 / 1536 exactly
   EXPECT_EQ(MilliTicks(params), 3134693u);
-}
-
-TEST(EAC3Test, AccessorsAgreeWithTheReader) {
-  for (uint32_t acmod = 0; acmod < 8; ++acmod) {
-    for (uint32_t lfeon = 0; lfeon < 2; ++lfeon) {
-      const auto header = EAC3Header({.frmsiz = 100 + 37 * acmod, .acmod = acmod, .lfeon = lfeon});
-      CAudioStreamParameters params;
-      const uint32_t size = CAudioSupport::ReadEAC3Parameters(&params, header.data());
-      EXPECT_EQ(CAudioSupport::GetNumberOfEAC3Channels(header.data()), params.channels + params.lfe);
-      EXPECT_EQ(params.lfe, static_cast<int32_t>(lfeon));
-      EXPECT_EQ(CAudioSupport::GetEAC3AudioFrameSize(header.data(), 4), size);
-      EXPECT_EQ(CAudioSupport::GetEAC3AudioFrameSize(header.data(), 3), 0u);
-    }
-  }
 }
 
 }  // namespace

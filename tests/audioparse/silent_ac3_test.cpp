@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -39,28 +37,23 @@ Expected ExpectedOf(const std::string& name) {
   return {static_cast<uint32_t>(std::stoul(name.substr(4))), name.compare(0, 3, "5.1") == 0};
 }
 
-TEST(SilentAC3Test, TenFramesWithBothCrcsValid) {
+// Ten frames, each with both CRCs valid and the header its name says.
+TEST(SilentAC3Test, TenFramesWithBothCrcsValidAndTheirHeadersReadBack) {
   ASSERT_EQ(g_silentAC3FrameCount, 10u);
   for (size_t i = 0; i < g_silentAC3FrameCount; ++i) {
     const SilentAC3FrameData& frame = g_silentAC3Frames[i];
     const Expected expected = ExpectedOf(frame.name);
-    ASSERT_EQ(frame.size, expected.kbps * 4) << frame.name;  // 1536 samples at 48 kHz
+    SCOPED_TRACE(frame.name);
+    ASSERT_EQ(frame.size, expected.kbps * 4);  // 1536 samples at 48 kHz
     const size_t words = frame.size / 2;
     const size_t fiveEighths = 2 * ((words >> 1) + (words >> 3));
-    EXPECT_EQ(CrcRemainder(frame.bytes + 2, fiveEighths - 2), 0u) << frame.name << ": crc1";
-    EXPECT_EQ(CrcRemainder(frame.bytes + 2, frame.size - 2), 0u) << frame.name << ": crc2";
-    EXPECT_EQ(CrcRemainder(frame.bytes + fiveEighths, frame.size - fiveEighths), 0u) << frame.name;
+    EXPECT_EQ(CrcRemainder(frame.bytes + 2, fiveEighths - 2), 0u) << "crc1";
+    EXPECT_EQ(CrcRemainder(frame.bytes + 2, frame.size - 2), 0u) << "crc2";
+    EXPECT_EQ(CrcRemainder(frame.bytes + fiveEighths, frame.size - fiveEighths), 0u);
     std::vector<uint8_t> damaged(frame.bytes, frame.bytes + frame.size);
     damaged[fiveEighths - 7] ^= 0x02;
-    EXPECT_NE(CrcRemainder(damaged.data() + 2, fiveEighths - 2), 0u) << frame.name;
-  }
-}
+    EXPECT_NE(CrcRemainder(damaged.data() + 2, fiveEighths - 2), 0u);
 
-TEST(SilentAC3Test, HeadersReadBack) {
-  for (size_t i = 0; i < g_silentAC3FrameCount; ++i) {
-    const SilentAC3FrameData& frame = g_silentAC3Frames[i];
-    const Expected expected = ExpectedOf(frame.name);
-    SCOPED_TRACE(frame.name);
     CAudioStreamParameters params;
     EXPECT_EQ(CAudioSupport::ReadAC3Parameters(&params, frame.bytes), frame.size);
     EXPECT_EQ((Values{params.samplingRate, params.bitRate, params.frameDurationTicks, params.channels, params.lfe}),

@@ -86,7 +86,8 @@ TEST(SceneScannerTest, InclusiveBoundsAndAccumulatedSquares) {
   int64_t squares = 100;
   CImageSupport::SceneScannerWithoutHistogram(plane[0], 32, 10, 10, 5, 5, sum, maximum, minimum, count, squares);
   const unsigned sample = plane[10 * 32 + 5];
-  EXPECT_EQ((Values{count, sum, maximum, minimum, squares}), (Values{1, sample, sample, sample, 100 + sample * sample}));
+  EXPECT_EQ((Values{count, sum, maximum, minimum, squares}),
+            (Values{1, sample, sample, sample, 100 + sample * sample}));
 
   std::vector<unsigned> histogram(256, 1);
   squares = 0;
