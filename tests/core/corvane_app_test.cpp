@@ -5,12 +5,10 @@
 
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "primitives/prim.h"
 #include "support/run_process.h"
 #include "support/temp_folder.h"
 
