@@ -14,15 +14,22 @@ using corvane::test::MilliTicks;
 using Config = CAudioSupport::CAAC_Config;
 using LATMReader = CAudioSupport::CAAC_LATMReader;
 
+using Values = std::vector<int64_t>;
+
 int64_t BitsRead(const CBitReader& reader) { return int64_t{reader.byteIndex} * 8 + reader.bitIndex; }
 
-// A buffer with slack behind the bits, so that an over-reading parser shows
-// as a wrong position rather than a fault.
-std::vector<uint8_t> Padded(const BitWriter& w) {
-  std::vector<uint8_t> bytes = w.Bytes();
-  bytes.resize(bytes.size() + 64, 0);
-  return bytes;
-}
+// A reader over the bits with slack behind them, so that an over-reading
+// parser shows as a negative Unread() rather than a fault.
+struct Input {
+  explicit Input(const BitWriter& w) : bytes(w.Bytes()), reader(nullptr), bits(w.BitCount()) {
+    bytes.resize(bytes.size() + 64, 0);
+    reader = CBitReader(bytes.data());
+  }
+  int64_t Unread() const { return bits - BitsRead(reader); }
+  std::vector<uint8_t> bytes;
+  CBitReader reader;
+  int64_t bits;
+};
 
 // ---- ADTS ----
 
@@ -34,19 +41,17 @@ TEST(ADTSTest, ReadsEveryFieldAndTheCrcOnlyWhenPresent) {
     w.Put(1, 0).Put(1, 1).Put(1, 0).Put(1, 1);  // original_copy, home, copyright_identification_bit/_start
     w.Put(13, 1234).Put(11, 0x7FF).Put(2, 2);   // aac_frame_length, adts_buffer_fullness, raw data blocks
     if (protectionAbsent == 0) w.Put(16, 0xBEEF);  // crc_check
-    const auto bytes = Padded(w);
-    CBitReader reader(bytes.data());
+    Input in(w);
     CAudioSupport::CADTS_Header h;
     h.crc_check = 77;
-    ASSERT_EQ(CAudioSupport::CheckForADTSAACAudioHeader(&reader, &h), S_OK);
-    EXPECT_EQ(BitsRead(reader), static_cast<int64_t>(w.BitCount()));
-    const std::vector<int64_t> read = {h.ID, h.layer, h.protection_absent, h.profile, h.sampling_frequency_index,
-                                       h.private_bit, h.channel_configuration, h.original_copy, h.home,
-                                       h.copyright_identification_bit, h.copyright_identification_start,
-                                       h.aac_frame_length, h.adts_buffer_fullness,
-                                       h.number_of_raw_data_blocks_in_frame, h.crc_check};
+    ASSERT_EQ(CAudioSupport::CheckForADTSAACAudioHeader(&in.reader, &h), S_OK);
+    EXPECT_EQ(in.Unread(), 0);
+    const Values read = {h.ID, h.layer, h.protection_absent, h.profile, h.sampling_frequency_index, h.private_bit,
+                         h.channel_configuration, h.original_copy, h.home, h.copyright_identification_bit,
+                         h.copyright_identification_start, h.aac_frame_length, h.adts_buffer_fullness,
+                         h.number_of_raw_data_blocks_in_frame, h.crc_check};
     const int64_t crc = protectionAbsent ? 77 : 0xBEEF;
-    EXPECT_EQ(read, (std::vector<int64_t>{1, 0, protectionAbsent, 1, 3, 1, 6, 0, 1, 0, 1, 1234, 0x7FF, 2, crc}));
+    EXPECT_EQ(read, (Values{1, 0, protectionAbsent, 1, 3, 1, 6, 0, 1, 0, 1, 1234, 0x7FF, 2, crc}));
   }
 }
 
@@ -136,19 +141,14 @@ BitWriter AudioSpecificConfig(uint32_t objectType, uint32_t frequencyIndex, uint
   return w;
 }
 
-struct ReadResult {
-  Config config;
-  uint32_t bits;
-  int64_t position;
-};
-
-ReadResult ReadConfig(const BitWriter& w) {
-  const auto bytes = Padded(w);
-  CBitReader reader(bytes.data());
-  ReadResult result;
-  result.bits = result.config.Read(reader);
-  result.position = BitsRead(reader);
-  return result;
+// Reads an AudioSpecificConfig: object type, frequency index, frequency,
+// channels, SBR flag, the bits Read() reports and the bits it consumed.
+Values ReadConfig(const BitWriter& w) {
+  Input in(w);
+  Config c;
+  const uint32_t bits = c.Read(in.reader);
+  return {c.audioObjectType, c.samplingFrequencyIndex, c.samplingFrequency, c.channelConfiguration,
+          c.sbrPresentFlag, bits, in.bits - in.Unread()};
 }
 
 TEST(AudioSpecificConfigTest, RatesOfTheIndexAndImplicitSBR) {
@@ -163,42 +163,24 @@ TEST(AudioSpecificConfigTest, RatesOfTheIndexAndImplicitSBR) {
       {12, 1, 0, -1},     // index 12 has no rate here
   };
   for (const auto& c : kCases) {
-    SCOPED_TRACE(c.index);
-    const ReadResult r = ReadConfig(AudioSpecificConfig(2, c.index, c.channels));
-    EXPECT_EQ(r.config.audioObjectType, 2);
-    EXPECT_EQ(r.config.samplingFrequencyIndex, static_cast<int32_t>(c.index));
-    EXPECT_EQ(r.config.channelConfiguration, static_cast<int32_t>(c.channels));
-    EXPECT_EQ(r.config.samplingFrequency, c.rate);
-    EXPECT_EQ(r.config.sbrPresentFlag, c.sbr);
-    EXPECT_EQ(r.bits, 16u);
-    EXPECT_EQ(r.position, 16);
+    EXPECT_EQ(ReadConfig(AudioSpecificConfig(2, c.index, c.channels)),
+              (Values{2, c.index, c.rate, c.channels, c.sbr, 16, 16}));
   }
 }
 
 TEST(AudioSpecificConfigTest, EscapedObjectTypeExplicitFrequencyAndExplicitSBR) {
   BitWriter escaped;
   escaped.Put(5, 31).Put(6, 10).Put(4, 4).Put(4, 1);  // escape, audioObjectTypeExt, frequency index, channels
-  ReadResult r = ReadConfig(escaped);
-  EXPECT_EQ(r.config.audioObjectType, 42);
-  EXPECT_EQ(r.config.samplingFrequency, 44100);
-  EXPECT_EQ(r.bits, 19u) << "no GASpecificConfig for object type 42";
+  EXPECT_EQ(ReadConfig(escaped), (Values{42, 4, 44100, 1, -1, 19, 19})) << "no GASpecificConfig for object type 42";
 
   BitWriter explicitRate;
   explicitRate.Put(5, 2).Put(4, 15).Put(24, 37800).Put(4, 2);  // type, index: explicit, samplingFrequency, channels
   PutGASpecificConfig(explicitRate);
-  r = ReadConfig(explicitRate);
-  EXPECT_EQ(r.config.samplingFrequencyIndex, 15);
-  EXPECT_EQ(r.config.samplingFrequency, 37800);
-  EXPECT_EQ(r.config.sbrPresentFlag, -1);
-  EXPECT_EQ(r.bits, 40u);
+  EXPECT_EQ(ReadConfig(explicitRate), (Values{2, 15, 37800, 2, -1, 40, 40}));
 
   BitWriter sbr;
   sbr.Put(5, 5).Put(4, 6).Put(4, 2).Put(4, 3);  // type: SBR, 24000 Hz, channels, extension index: 48000 Hz
-  r = ReadConfig(sbr);
-  EXPECT_EQ(r.config.audioObjectType, 5);
-  EXPECT_EQ(r.config.samplingFrequency, 48000);
-  EXPECT_EQ(r.config.sbrPresentFlag, 1);
-  EXPECT_EQ(r.bits, 17u);
+  EXPECT_EQ(ReadConfig(sbr), (Values{5, 6, 48000, 2, 1, 17, 17}));
 }
 
 // 2 front elements (one single, one pair), a side pair, a back single, one
@@ -222,16 +204,14 @@ TEST(AudioSpecificConfigTest, ProgramConfigElement) {
   BitWriter buffer;
   buffer.Put(3, 0b101).Append(asc);
   buffer.Put(8, 0xC3);  // what follows the ASC
-  const auto bytes = Padded(buffer);
-  CBitReader reader(bytes.data());
-  reader.bitIndex = 3;
-  Config config;
-  EXPECT_EQ(config.Read(reader), asc.BitCount());
-  EXPECT_EQ(reader.ReadBits(8), 0xC3u);
-  EXPECT_EQ(config.channelConfiguration, 7);
-  EXPECT_EQ(config.audioObjectType, 1) << "the PCE's raw object_type";
-  EXPECT_EQ(config.samplingFrequencyIndex, 3);
-  EXPECT_EQ(config.samplingFrequency, 44100) << "the PCE's index does not change the rate";
+  Input in(buffer);
+  in.reader.bitIndex = 3;
+  Config c;
+  EXPECT_EQ(c.Read(in.reader), asc.BitCount());
+  EXPECT_EQ(in.reader.ReadBits(8), 0xC3u);
+  // The PCE's raw object_type and index are kept; its index does not change the rate.
+  EXPECT_EQ((Values{c.channelConfiguration, c.audioObjectType, c.samplingFrequencyIndex, c.samplingFrequency}),
+            (Values{7, 1, 3, 44100}));
 }
 
 TEST(AudioSpecificConfigTest, GASpecificConfigExtensions) {
@@ -247,13 +227,12 @@ TEST(AudioSpecificConfigTest, GASpecificConfigExtensions) {
   };
   BitWriter w;
   w.Put(3, 1).Put(32, 0);  // frameLengthFlag, dependsOnCoreCoder, extensionFlag; then zeros
-  const auto bytes = Padded(w);
   for (const auto& c : kCases) {
-    CBitReader reader(bytes.data());
+    Input in(w);
     Config config;
     config.audioObjectType = c.objectType;
     config.channelConfiguration = 2;
-    EXPECT_EQ(config.GASpecificConfig(reader), c.bits) << "object type " << c.objectType;
+    EXPECT_EQ(config.GASpecificConfig(in.reader), c.bits) << "object type " << c.objectType;
   }
 }
 
@@ -287,27 +266,21 @@ BitWriter SimpleMuxElement() {
 
 TEST(LATMTest, SimpleElementVersion0) {
   const BitWriter w = SimpleMuxElement();
-  const auto bytes = Padded(w);
-  CBitReader reader(bytes.data());
+  Input in(w);
   LATMReader latm;
   EXPECT_FALSE(latm.configured);
-  ASSERT_TRUE(latm.AudioMuxElement(reader, 1, 100));
-  EXPECT_EQ(BitsRead(reader), static_cast<int64_t>(w.BitCount()));
-  EXPECT_TRUE(latm.configured);
-  EXPECT_EQ(latm.streamCnt, 1);
-  EXPECT_EQ(latm.configs[0].samplingFrequency, 48000);
-  EXPECT_EQ(latm.configs[0].channelConfiguration, 2);
-  EXPECT_EQ(latm.frameLengthType[0], 0);
-  EXPECT_EQ(latm.latmBufferFullness[0], 0xFF);
-  EXPECT_EQ(latm.MuxSlotLengthBytes[0], 520);
-  EXPECT_EQ(latm.otherDataPresent, 0);
+  ASSERT_TRUE(latm.AudioMuxElement(in.reader, 1, 100));
+  EXPECT_EQ(in.Unread(), 0);
+  EXPECT_EQ((Values{latm.configured, latm.streamCnt, latm.configs[0].samplingFrequency,
+                    latm.configs[0].channelConfiguration, latm.frameLengthType[0], latm.latmBufferFullness[0],
+                    latm.MuxSlotLengthBytes[0], latm.otherDataPresent}),
+            (Values{1, 1, 48000, 2, 0, 0xFF, 520, 0}));
 }
 
 TEST(LATMTest, ElementsThatGiveNothingNew) {
-  const auto bytes = Padded(SimpleMuxElement());
+  Input outOfBand(SimpleMuxElement());
   LATMReader latm;
-  CBitReader outOfBand(bytes.data());
-  EXPECT_FALSE(latm.AudioMuxElement(outOfBand, 0, 100));
+  EXPECT_FALSE(latm.AudioMuxElement(outOfBand.reader, 0, 100));
   EXPECT_FALSE(latm.configured);
 
   const uint8_t sameMux[4] = {0x80, 0, 0, 0};
@@ -336,21 +309,16 @@ TEST(LATMTest, Version1SkipsFillBitsToTheExactPosition) {
   w.Append(asc).Put(3, 1).Put(9, 300).Put(1, 1);  // frameLengthType, frameLength, otherDataPresent
   PutLatmValue(w, 77);                            // otherDataLenBits
   w.Put(1, 1).Put(8, 0xA5);                       // crcCheckPresent, crcCheckSum
-  const auto bytes = Padded(w);
-  CBitReader reader(bytes.data());
+  Input in(w);
   LATMReader latm;
-  ASSERT_TRUE(latm.StreamMuxConfig(reader, 5 * ascLen + 5));
-  EXPECT_EQ(BitsRead(reader), static_cast<int64_t>(w.BitCount()));
-  EXPECT_EQ(latm.audioMuxVersion, 1);
-  EXPECT_EQ(latm.taraBufferFullness, 0x1234);
-  EXPECT_EQ(latm.configs[0].samplingFrequency, 44100);
-  EXPECT_EQ(latm.frameLengthType[0], 1);
-  EXPECT_EQ(latm.frameLength[0], 300);
-  EXPECT_EQ(latm.otherDataLenBits, 77);
-  EXPECT_EQ(latm.crcCheckSum, 0xA5);
+  ASSERT_TRUE(latm.StreamMuxConfig(in.reader, 5 * ascLen + 5));
+  EXPECT_EQ(in.Unread(), 0);
+  EXPECT_EQ((Values{latm.audioMuxVersion, latm.taraBufferFullness, latm.configs[0].samplingFrequency,
+                    latm.frameLengthType[0], latm.frameLength[0], latm.otherDataLenBits, latm.crcCheckSum}),
+            (Values{1, 0x1234, 44100, 1, 300, 77, 0xA5}));
 
   LATMReader tooShort;
-  CBitReader again(bytes.data());
+  CBitReader again(in.bytes.data());
   EXPECT_FALSE(tooShort.StreamMuxConfig(again, 5 * ascLen)) << "ascLen must lie below length / 5";
 }
 
@@ -359,11 +327,10 @@ TEST(LATMTest, Version0OtherDataLengthIsEscaped) {
   w.Append(AudioSpecificConfig(2, 3, 2)).Put(3, 2).Put(1, 1);  // frameLengthType: nothing follows; otherDataPresent
   w.Put(1, 1).Put(8, 1).Put(1, 0).Put(8, 2);  // otherDataLenEsc, otherDataLenTmp, twice
   w.Put(1, 0);                                // crcCheckPresent
-  const auto bytes = Padded(w);
-  CBitReader reader(bytes.data());
+  Input in(w);
   LATMReader latm;
-  ASSERT_TRUE(latm.StreamMuxConfig(reader, 100));
-  EXPECT_EQ(BitsRead(reader), static_cast<int64_t>(w.BitCount()));
+  ASSERT_TRUE(latm.StreamMuxConfig(in.reader, 100));
+  EXPECT_EQ(in.Unread(), 0);
   EXPECT_EQ(latm.otherDataPresent, 0x0102);
   EXPECT_EQ(latm.otherDataLenBits, 0);
 }
@@ -380,26 +347,19 @@ TEST(LATMTest, ProgramsLayersAndChunks) {
   w.Put(1, 0).Put(1, 0).Put(4, 1);    // otherDataPresent, crcCheckPresent, numChunk
   w.Put(4, 2).Put(8, 20).Put(1, 1);   // streamIndx, tmp, AuEndFlag
   w.Put(4, 0).Put(8, 255).Put(8, 3).Put(1, 0);
-  const auto bytes = Padded(w);
-  CBitReader reader(bytes.data());
+  Input in(w);
   LATMReader latm;
-  ASSERT_TRUE(latm.AudioMuxElement(reader, 1, 100));
-  EXPECT_EQ(BitsRead(reader), static_cast<int64_t>(w.BitCount()));
-  EXPECT_EQ(latm.streamCnt, 3);
-  EXPECT_EQ(latm.streamID[0][1], 1);
-  EXPECT_EQ(latm.streamID[1][0], 2);
-  EXPECT_EQ(latm.progSIndx[2], 1);
-  EXPECT_EQ(latm.laySIndx[1], 1);
-  // Layer 0 of program 1 overwrote program 0's; layer 1 kept the copy.
-  EXPECT_EQ(latm.configs[0].samplingFrequency, 44100);
-  EXPECT_EQ(latm.configs[1].samplingFrequency, 48000);
-  EXPECT_EQ(latm.frameLength[1], 222);
-  EXPECT_EQ(latm.progCIndx[0], 1);
-  EXPECT_EQ(latm.layCIndx[0], 0);
-  EXPECT_EQ(latm.MuxSlotLengthBytes[2], 20);
-  EXPECT_EQ(latm.AuEndFlag[2], 1);
-  EXPECT_EQ(latm.MuxSlotLengthBytes[0], 258);
-  EXPECT_EQ(latm.AuEndFlag[0], 0);
+  ASSERT_TRUE(latm.AudioMuxElement(in.reader, 1, 100));
+  EXPECT_EQ(in.Unread(), 0);
+  EXPECT_EQ((Values{latm.streamCnt, latm.streamID[0][1], latm.streamID[1][0], latm.progSIndx[2], latm.laySIndx[1]}),
+            (Values{3, 1, 2, 1, 1}));
+  // Layer 0 of program 1 overwrote program 0's configuration; layer 1 kept the copy.
+  EXPECT_EQ((Values{latm.configs[0].samplingFrequency, latm.configs[1].samplingFrequency, latm.frameLength[1]}),
+            (Values{44100, 48000, 222}));
+  // The chunks: stream 2 first, then stream 0.
+  EXPECT_EQ((Values{latm.progCIndx[0], latm.layCIndx[0], latm.MuxSlotLengthBytes[2], latm.AuEndFlag[2],
+                    latm.MuxSlotLengthBytes[0], latm.AuEndFlag[0]}),
+            (Values{1, 0, 20, 1, 258, 0}));
 }
 
 TEST(LATMTest, MoreThanSixteenStreamsAreRefused) {
@@ -415,10 +375,9 @@ TEST(LATMTest, MoreThanSixteenStreamsAreRefused) {
       w.Put(3, 2);  // frameLengthType
     }
   }
-  const auto bytes = Padded(w);
-  CBitReader reader(bytes.data());
+  Input in(w);
   LATMReader latm;
-  EXPECT_FALSE(latm.StreamMuxConfig(reader, 100));
+  EXPECT_FALSE(latm.StreamMuxConfig(in.reader, 100));
   EXPECT_EQ(latm.streamCnt, 16);
 }
 

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <tuple>
 #include <vector>
 
 #include "audioparse/audio_support.h"
@@ -14,10 +15,7 @@ using corvane::test::SameParameters;
 using corvane::test::SentinelParameters;
 
 struct AC3Fields {
-  uint32_t fscod = 0;
-  uint32_t frmsizecod = 20;
-  uint32_t acmod = 2;
-  uint32_t lfeon = 0;
+  uint32_t fscod = 0, frmsizecod = 20, acmod = 2, lfeon = 0;
 };
 
 // syncinfo and bsi up to dialnorm. The optional mix fields and dialnorm hold
@@ -37,12 +35,7 @@ std::vector<uint8_t> AC3Header(const AC3Fields& f) {
 }
 
 struct EAC3Fields {
-  uint32_t strmtyp = 0;
-  uint32_t frmsiz = 383;
-  uint32_t fscod = 0;
-  uint32_t numblkscod = 3;
-  uint32_t acmod = 2;
-  uint32_t lfeon = 0;
+  uint32_t strmtyp = 0, frmsiz = 383, fscod = 0, numblkscod = 3, acmod = 2, lfeon = 0;
 };
 
 std::vector<uint8_t> EAC3Header(const EAC3Fields& f) {
@@ -54,134 +47,117 @@ std::vector<uint8_t> EAC3Header(const EAC3Fields& f) {
   return w.Bytes();
 }
 
+uint32_t ReadAC3(CAudioStreamParameters& params, const AC3Fields& f) {
+  return CAudioSupport::ReadAC3Parameters(&params, AC3Header(f).data());
+}
+
+uint32_t ReadEAC3(CAudioStreamParameters& params, const EAC3Fields& f) {
+  return CAudioSupport::ReadEAC3Parameters(&params, EAC3Header(f).data());
+}
+
 // ATSC A/52 frame size codes: two codes a bit rate. A syncframe holds 1536
 // samples, so its size follows from rate and bit rate; at 44.1 kHz the odd
 // code adds the word that keeps the average rate.
-constexpr uint32_t kKbps[19] = {32, 40, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320, 384, 448, 512, 576, 640};
-
 TEST(AC3Test, EveryFrameSizeCodeAtEveryRate) {
+  constexpr uint32_t kKbps[19] = {32, 40, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320, 384, 448, 512, 576,
+                                  640};
   constexpr uint32_t kRateOfFscod[3] = {48000, 44100, 32000};
   for (uint32_t code = 0; code < 38; ++code) {
     for (uint32_t fscod = 0; fscod < 3; ++fscod) {
       SCOPED_TRACE(testing::Message() << "frmsizecod " << code << " fscod " << fscod);
-      const uint32_t kbps = kKbps[code / 2];
-      const uint32_t rate = kRateOfFscod[fscod];
-      const uint32_t words = kbps * 96000 / rate + (rate == 44100 ? code & 1 : 0);
-      CAudioStreamParameters params;
-      EXPECT_EQ(CAudioSupport::ReadAC3Parameters(&params, AC3Header({fscod, code, 2, 0}).data()), 2 * words);
-      EXPECT_EQ(params.frameSize, 2 * words);
-      EXPECT_EQ(params.bitRate, kbps * 1000);
-      EXPECT_EQ(params.bitRateCode, static_cast<int32_t>(code));
-      EXPECT_EQ(params.samplingRate, rate);
-      EXPECT_EQ(MilliTicks(params), 1536ull * 90000000 / rate);
+      const uint32_t kbps = kKbps[code / 2], rate = kRateOfFscod[fscod];
+      const uint32_t bytes = 2 * (kbps * 96000 / rate + (rate == 44100 ? code & 1 : 0));
+      CAudioStreamParameters p;
+      EXPECT_EQ(ReadAC3(p, {fscod, code, 2, 0}), bytes);
+      EXPECT_EQ(std::tie(p.frameSize, p.bitRate, p.bitRateCode, p.samplingRate),
+                std::make_tuple(bytes, kbps * 1000, static_cast<int32_t>(code), rate));
+      EXPECT_EQ(MilliTicks(p), 1536ull * 90000000 / rate);
     }
   }
 }
 
-TEST(AC3Test, CodesAbove37AndRateCode3AreRefused) {
+// Refused headers: what the reader wrote before it refused stays written; a
+// wrong syncword leaves everything untouched.
+TEST(AC3Test, RefusedSyncCodesRatesAndImplausibleFrames) {
+  auto noSync = AC3Header({});
+  noSync[1] = 0x78;
+  CAudioStreamParameters untouched = SentinelParameters();
+  EXPECT_EQ(CAudioSupport::ReadAC3Parameters(&untouched, noSync.data()), 0u);
+  EXPECT_EQ(CAudioSupport::ReadEAC3Parameters(&untouched, noSync.data()), 0u);
+  EXPECT_TRUE(SameParameters(untouched, SentinelParameters()));
   for (uint32_t code = 38; code < 64; ++code) {
     CAudioStreamParameters params;
     params.bitRate = 1234;
-    EXPECT_EQ(CAudioSupport::ReadAC3Parameters(&params, AC3Header({0, code, 2, 0}).data()), 0u);
+    EXPECT_EQ(ReadAC3(params, {0, code, 2, 0}), 0u);
     EXPECT_EQ(params.bitRate, 1234u) << "a failed size leaves bitRate as it was";
     EXPECT_EQ(params.streamType, AUDIO_STREAM_AC3);
   }
   CAudioStreamParameters params;
   params.samplingRate = 48000;
-  EXPECT_EQ(CAudioSupport::ReadAC3Parameters(&params, AC3Header({3, 20, 2, 0}).data()), 0u);
+  EXPECT_EQ(ReadAC3(params, {3, 20, 2, 0}), 0u);
   EXPECT_EQ(params.samplingRate, 0u);
   EXPECT_EQ(CAudioSupport::ComputeAC3AudioFrameSize(params, 20, 0), 0u);
   CAudioStreamParameters unset = SentinelParameters();
   unset.samplingRate = 0;
   CAudioSupport::ComputeAC3AudioFrameDurationTicks(unset);
   EXPECT_EQ(MilliTicks(unset), MilliTicks(SentinelParameters())) << "no rate, no duration";
+
+  // Three channels at 32 kHz above 2000 bytes are implausible, in both formats; two are not.
+  for (uint32_t acmod : {3u, 4u}) {
+    EXPECT_EQ(ReadAC3(params, {2, 28, acmod, 0}), 0u);
+    EXPECT_EQ(params.frameSize, 2304u);
+    EXPECT_EQ(ReadAC3(params, {2, 26, acmod, 0}), 1920u);
+  }
+  EXPECT_EQ(ReadAC3(params, {2, 28, 2, 0}), 2304u);
+  EXPECT_EQ(ReadAC3(params, {0, 36, 3, 0}), 2560u);
+  EXPECT_EQ(ReadEAC3(params, {.frmsiz = 1151, .fscod = 2, .acmod = 3}), 0u);
+  EXPECT_EQ(ReadEAC3(params, {.frmsiz = 1151, .fscod = 2, .acmod = 2}), 2304u);
+
+  EXPECT_EQ(ReadEAC3(params, {.frmsiz = 3}), 0u);  // below 10 bytes
+  EXPECT_EQ(params.frameSize, 8u);
+  EXPECT_EQ(ReadEAC3(params, {.frmsiz = 4}), 10u);
+  EXPECT_EQ(ReadEAC3(params, {.fscod = 3}), 0u);  // reduced rates
+  EXPECT_EQ(params.samplingRate, 0u);
 }
 
-TEST(AC3Test, WrongSyncwordLeavesParametersUntouched) {
-  auto header = AC3Header({});
-  header[1] = 0x78;
-  CAudioStreamParameters params = SentinelParameters();
-  EXPECT_EQ(CAudioSupport::ReadAC3Parameters(&params, header.data()), 0u);
-  EXPECT_EQ(CAudioSupport::ReadEAC3Parameters(&params, header.data()), 0u);
-  EXPECT_TRUE(SameParameters(params, SentinelParameters()));
-}
-
-TEST(AC3Test, ChannelsAndLfeForEveryCodingMode) {
+// Both formats share acmod; the E-AC-3 accessors agree with its reader.
+TEST(AC3Test, ChannelsAndLfeForEveryCodingModeInBothFormats) {
   constexpr int32_t kChannels[8] = {2, 1, 2, 3, 3, 4, 4, 5};
   for (uint32_t acmod = 0; acmod < 8; ++acmod) {
     for (uint32_t lfeon = 0; lfeon < 2; ++lfeon) {
-      CAudioStreamParameters params = SentinelParameters();
+      SCOPED_TRACE(testing::Message() << "acmod " << acmod << " lfeon " << lfeon);
+      const int32_t lfe = static_cast<int32_t>(lfeon);
+      CAudioStreamParameters p = SentinelParameters();
       const auto header = AC3Header({0, 20, acmod, lfeon});
-      ASSERT_EQ(CAudioSupport::ReadAC3Parameters(&params, header.data()), 768u);
-      EXPECT_EQ(params.channels, kChannels[acmod]) << "acmod " << acmod;
-      EXPECT_EQ(params.lfe, static_cast<int32_t>(lfeon)) << "acmod " << acmod;
+      ASSERT_EQ(CAudioSupport::ReadAC3Parameters(&p, header.data()), 768u);
+      EXPECT_EQ(std::tie(p.channels, p.lfe, p.streamType, p.bitsPerSample, p.alternateFlag, p.alternateChannels),
+                std::make_tuple(kChannels[acmod], lfe, AUDIO_STREAM_AC3, 16, 0, 0));
       EXPECT_EQ(CAudioSupport::GetNumberOfAC3Channels(header.data()), kChannels[acmod]);
-      EXPECT_EQ(params.streamType, AUDIO_STREAM_AC3);
-      EXPECT_EQ(params.bitsPerSample, 16);
-      EXPECT_EQ(params.alternateFlag, 0);
-      EXPECT_EQ(params.alternateChannels, 0);
+
+      const auto eac3 = EAC3Header({.frmsiz = 100 + 37 * acmod, .acmod = acmod, .lfeon = lfeon});
+      const uint32_t size = CAudioSupport::ReadEAC3Parameters(&p, eac3.data());
+      EXPECT_EQ(std::tie(p.channels, p.lfe), std::make_tuple(kChannels[acmod], lfe));
+      EXPECT_EQ(CAudioSupport::GetNumberOfEAC3Channels(eac3.data()), p.channels + p.lfe);
+      EXPECT_EQ(CAudioSupport::GetEAC3AudioFrameSize(eac3.data(), 4), size);
+      EXPECT_EQ(CAudioSupport::GetEAC3AudioFrameSize(eac3.data(), 3), 0u);
     }
   }
-}
-
-TEST(AC3Test, ThreeChannelsAt32kHzAboveTwoThousandBytesAreImplausible) {
-  CAudioStreamParameters params;
-  for (uint32_t acmod : {3u, 4u}) {
-    EXPECT_EQ(CAudioSupport::ReadAC3Parameters(&params, AC3Header({2, 28, acmod, 0}).data()), 0u);
-    EXPECT_EQ(params.frameSize, 2304u) << "the fields before the refusal stay written";
-    EXPECT_EQ(CAudioSupport::ReadAC3Parameters(&params, AC3Header({2, 26, acmod, 0}).data()), 1920u);
-  }
-  EXPECT_EQ(CAudioSupport::ReadAC3Parameters(&params, AC3Header({2, 28, 2, 0}).data()), 2304u);
-  EXPECT_EQ(CAudioSupport::ReadAC3Parameters(&params, AC3Header({0, 36, 3, 0}).data()), 2560u);
 }
 
 TEST(EAC3Test, FrameSizeAndBitRateByBlocks) {
   constexpr uint32_t kBitRates[4] = {1152000, 576000, 384000, 192000};  // 1, 2, 3, 6 blocks
   for (uint32_t numblkscod = 0; numblkscod < 4; ++numblkscod) {
-    CAudioStreamParameters params = SentinelParameters();
-    EXPECT_EQ(CAudioSupport::ReadEAC3Parameters(&params, EAC3Header({.numblkscod = numblkscod}).data()), 768u);
-    EXPECT_EQ(params.bitRate, kBitRates[numblkscod]);
-    EXPECT_EQ(MilliTicks(params), 2880000u) << "timed as 1536 samples whatever the block count";
-    EXPECT_EQ(params.streamType, AUDIO_STREAM_EAC3);
-    EXPECT_EQ(params.bitRateCode, 0);
-    EXPECT_EQ(params.alternateFlag, 7101) << "the E-AC-3 reader leaves it";
-    EXPECT_EQ(params.alternateChannels, 7113);
+    CAudioStreamParameters p = SentinelParameters();
+    EXPECT_EQ(ReadEAC3(p, {.numblkscod = numblkscod}), 768u);
+    EXPECT_EQ(MilliTicks(p), 2880000u) << "timed as 1536 samples whatever the block count";
+    // The E-AC-3 reader leaves alternateFlag and alternateChannels.
+    EXPECT_EQ(std::tie(p.bitRate, p.streamType, p.bitRateCode, p.alternateFlag, p.alternateChannels),
+              std::make_tuple(kBitRates[numblkscod], AUDIO_STREAM_EAC3, 0, 7101, 7113));
   }
   CAudioStreamParameters params;
-  EXPECT_EQ(CAudioSupport::ReadEAC3Parameters(&params, EAC3Header({.frmsiz = 511, .fscod = 1}).data()), 1024u);
-  // 1024 * 8 * 44100 / 1536 = 235200 exactly.
-  EXPECT_EQ(params.bitRate, 235200u);
+  EXPECT_EQ(ReadEAC3(params, {.frmsiz = 511, .fscod = 1}), 1024u);
+  EXPECT_EQ(params.bitRate, 235200u);  // 1024 * 8 * 44100 / 1536 exactly
   EXPECT_EQ(MilliTicks(params), 3134693u);
-}
-
-TEST(EAC3Test, ShortFramesReducedRatesAndImplausibleFramesAreRefused) {
-  CAudioStreamParameters params;
-  EXPECT_EQ(CAudioSupport::ReadEAC3Parameters(&params, EAC3Header({.frmsiz = 3}).data()), 0u);
-  EXPECT_EQ(params.frameSize, 8u);
-  EXPECT_EQ(CAudioSupport::ReadEAC3Parameters(&params, EAC3Header({.frmsiz = 4}).data()), 10u);
-
-  EXPECT_EQ(CAudioSupport::ReadEAC3Parameters(&params, EAC3Header({.fscod = 3}).data()), 0u);  // reduced rates
-  EXPECT_EQ(params.samplingRate, 0u);
-
-  // Three channels at 32 kHz in 2304 bytes are implausible; two are not.
-  for (uint32_t acmod : {3u, 2u}) {
-    EXPECT_EQ(CAudioSupport::ReadEAC3Parameters(&params, EAC3Header({.frmsiz = 1151, .fscod = 2, .acmod = acmod}).data()),
-              acmod == 3 ? 0u : 2304u);
-  }
-}
-
-TEST(EAC3Test, AccessorsAgreeWithTheReader) {
-  for (uint32_t acmod = 0; acmod < 8; ++acmod) {
-    for (uint32_t lfeon = 0; lfeon < 2; ++lfeon) {
-      const auto header = EAC3Header({.frmsiz = 100 + 37 * acmod, .acmod = acmod, .lfeon = lfeon});
-      CAudioStreamParameters params;
-      const uint32_t size = CAudioSupport::ReadEAC3Parameters(&params, header.data());
-      EXPECT_EQ(CAudioSupport::GetNumberOfEAC3Channels(header.data()), params.channels + params.lfe);
-      EXPECT_EQ(params.lfe, static_cast<int32_t>(lfeon));
-      EXPECT_EQ(CAudioSupport::GetEAC3AudioFrameSize(header.data(), 4), size);
-      EXPECT_EQ(CAudioSupport::GetEAC3AudioFrameSize(header.data(), 3), 0u);
-    }
-  }
 }
 
 }  // namespace

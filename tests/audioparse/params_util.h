@@ -5,37 +5,28 @@
 
 #include <cstdint>
 #include <tuple>
+#include <type_traits>
 
 #include "core/audio_params.h"
 
 namespace corvane::test {
 
-inline CAudioStreamParameters SentinelParameters() {
-  CAudioStreamParameters params;
-  params.alternateFlag = 7101;
-  params.streamType = static_cast<AUDIO_STREAM_TYPE>(7102);
-  params.frameSize = 7103;
-  params.frameDurationTicks = 7104;
-  params.frameDurationFraction = 7105;
-  params.bitRate = 7106;
-  params.samplingRate = 7107;
-  params.mpegVersion = 7108;
-  params.mpegLayer = 7109;
-  params.protectionBit = 7110;
-  params.bitRateCode = 7111;
-  params.lastHeaderBytes = 7112;
-  params.alternateChannels = 7113;
-  params.channels = 7114;
-  params.lfe = 7115;
-  params.bitsPerSample = 7116;
-  params.aacDoubleRate = 7117;
-  return params;
-}
-
-inline auto Fields(const CAudioStreamParameters& p) {
+template <typename Params>
+auto Fields(Params& p) {
   return std::tie(p.alternateFlag, p.streamType, p.frameSize, p.frameDurationTicks, p.frameDurationFraction,
                   p.bitRate, p.samplingRate, p.mpegVersion, p.mpegLayer, p.protectionBit, p.bitRateCode,
                   p.lastHeaderBytes, p.alternateChannels, p.channels, p.lfe, p.bitsPerSample, p.aacDoubleRate);
+}
+
+// The fields hold 7101, 7102, ... in the order of Fields().
+inline CAudioStreamParameters SentinelParameters() {
+  CAudioStreamParameters params;
+  int next = 7101;
+  const auto fill = [&next](auto&... field) {
+    ((field = static_cast<std::remove_reference_t<decltype(field)>>(next++)), ...);
+  };
+  std::apply(fill, Fields(params));
+  return params;
 }
 
 inline bool SameParameters(const CAudioStreamParameters& a, const CAudioStreamParameters& b) {

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -16,6 +14,7 @@
 namespace {
 
 using corvane::test::RunProcess;
+using Values = std::vector<int64_t>;
 
 // The remainder of the frame's bits, read as a polynomial most significant
 // bit first, divided by ATSC A/52's generator x^16 + x^15 + x^2 + 1: plain
@@ -38,52 +37,38 @@ Expected ExpectedOf(const std::string& name) {
   return {static_cast<uint32_t>(std::stoul(name.substr(4))), name.compare(0, 3, "5.1") == 0};
 }
 
-TEST(SilentAC3Test, TenFramesWithBothCrcsValid) {
+// Ten frames, each with both CRCs valid and the header its name says.
+TEST(SilentAC3Test, TenFramesWithBothCrcsValidAndTheirHeadersReadBack) {
   ASSERT_EQ(g_silentAC3FrameCount, 10u);
   for (size_t i = 0; i < g_silentAC3FrameCount; ++i) {
     const SilentAC3FrameData& frame = g_silentAC3Frames[i];
     const Expected expected = ExpectedOf(frame.name);
-    ASSERT_EQ(frame.size, expected.kbps * 4) << frame.name;  // 1536 samples at 48 kHz
+    SCOPED_TRACE(frame.name);
+    ASSERT_EQ(frame.size, expected.kbps * 4);  // 1536 samples at 48 kHz
     const size_t words = frame.size / 2;
     const size_t fiveEighths = 2 * ((words >> 1) + (words >> 3));
-    EXPECT_EQ(CrcRemainder(frame.bytes + 2, fiveEighths - 2), 0u) << frame.name << ": crc1";
-    EXPECT_EQ(CrcRemainder(frame.bytes + 2, frame.size - 2), 0u) << frame.name << ": crc2";
-    EXPECT_EQ(CrcRemainder(frame.bytes + fiveEighths, frame.size - fiveEighths), 0u) << frame.name;
+    EXPECT_EQ(CrcRemainder(frame.bytes + 2, fiveEighths - 2), 0u) << "crc1";
+    EXPECT_EQ(CrcRemainder(frame.bytes + 2, frame.size - 2), 0u) << "crc2";
+    EXPECT_EQ(CrcRemainder(frame.bytes + fiveEighths, frame.size - fiveEighths), 0u);
     std::vector<uint8_t> damaged(frame.bytes, frame.bytes + frame.size);
     damaged[fiveEighths - 7] ^= 0x02;
-    EXPECT_NE(CrcRemainder(damaged.data() + 2, fiveEighths - 2), 0u) << frame.name;
-  }
-}
+    EXPECT_NE(CrcRemainder(damaged.data() + 2, fiveEighths - 2), 0u);
 
-TEST(SilentAC3Test, HeadersReadBack) {
-  for (size_t i = 0; i < g_silentAC3FrameCount; ++i) {
-    const SilentAC3FrameData& frame = g_silentAC3Frames[i];
-    const Expected expected = ExpectedOf(frame.name);
     CAudioStreamParameters params;
-    EXPECT_EQ(CAudioSupport::ReadAC3Parameters(&params, frame.bytes), frame.size) << frame.name;
-    EXPECT_EQ(params.samplingRate, 48000u);
-    EXPECT_EQ(params.bitRate, expected.kbps * 1000);
-    EXPECT_EQ(params.frameDurationTicks, 2880u);
-    EXPECT_EQ(params.channels, expected.surround ? 5 : 2);
-    EXPECT_EQ(params.lfe, expected.surround ? 1 : 0);
+    EXPECT_EQ(CAudioSupport::ReadAC3Parameters(&params, frame.bytes), frame.size);
+    EXPECT_EQ((Values{params.samplingRate, params.bitRate, params.frameDurationTicks, params.channels, params.lfe}),
+              (Values{48000, expected.kbps * 1000, 2880, expected.surround ? 5 : 2, expected.surround}));
 
+    // bsi from fscod to timecod1e; frmsizecod is the code the reader took.
+    const bool s51 = expected.surround;
+    const Values widths = {2, 6, 5, 3, 3, s51 ? 4 : 2, 1, 5, 1, 8, 1, 1, 1, 1, 1};
     CBitReader reader(frame.bytes);
-    reader.ReadBits(32);                               // syncword, crc1
-    EXPECT_EQ(reader.ReadBits(2), 0u);                 // fscod
-    reader.ReadBits(6);                                // frmsizecod
-    EXPECT_EQ(reader.ReadBits(5), 4u);                 // bsid
-    EXPECT_EQ(reader.ReadBits(3), 0u);                 // bsmod
-    EXPECT_EQ(reader.ReadBits(3), expected.surround ? 7u : 2u);  // acmod
-    EXPECT_EQ(reader.ReadBits(expected.surround ? 4 : 2), 0u);   // cmixlev, surmixlev | dsurmod
-    EXPECT_EQ(reader.ReadBit(), expected.surround ? 1u : 0u);    // lfeon
-    EXPECT_EQ(reader.ReadBits(5), 31u);                // dialnorm
-    EXPECT_EQ(reader.ReadBit(), 1u);                   // compre
-    EXPECT_EQ(reader.ReadBits(8), 255u);               // compr
-    EXPECT_EQ(reader.ReadBit(), 0u);                   // langcode
-    EXPECT_EQ(reader.ReadBit(), 0u);                   // audprodie
-    EXPECT_EQ(reader.ReadBit(), 0u);                   // copyrightb
-    EXPECT_EQ(reader.ReadBit(), 1u);                   // origbs
-    EXPECT_EQ(reader.ReadBit(), 0u);                   // timecod1e
+    reader.ReadBits(32);  // syncword, crc1
+    Values read;
+    for (int64_t width : widths) read.push_back(reader.ReadBits(static_cast<int>(width)));
+    // fscod, frmsizecod, bsid, bsmod, acmod, mix levels, lfeon, dialnorm, compre, compr, langcode, audprodie,
+    // copyrightb, origbs, timecod1e
+    EXPECT_EQ(read, (Values{0, params.bitRateCode, 4, 0, s51 ? 7 : 2, 0, s51, 31, 1, 255, 0, 0, 0, 1, 0}));
   }
 }
 
@@ -104,13 +89,12 @@ TEST_F(SilentAC3RequestTest, PicksTheHighestFrameNotAboveTheRate) {
     frame.audioType = AUDIO_FRAME_PCM;
     frame.stampA = 99;
     ASSERT_EQ(CAudioSupport::GetSilentAC3Frame(c.channels, c.bitRate, frame), S_OK);
-    EXPECT_EQ(frame.payloadLength, c.size) << c.channels << " channels at " << c.bitRate;
-    EXPECT_EQ(frame.frameSize, c.size);
-    EXPECT_EQ(frame.bufferSize, c.size > 1600 ? c.size + 4 : 1600u);
-    EXPECT_EQ(CAudioSupport::GetNumberOfAC3Channels(frame.data), c.frameChannels);
-    EXPECT_EQ(frame.samplingRate, 44100u) << "the caller's fields stay";
-    EXPECT_EQ(frame.audioType, AUDIO_FRAME_PCM);
-    EXPECT_EQ(frame.stampA, 99);
+    SCOPED_TRACE(testing::Message() << c.channels << " channels at " << c.bitRate);
+    EXPECT_EQ((Values{frame.payloadLength, frame.frameSize, frame.bufferSize,
+                      CAudioSupport::GetNumberOfAC3Channels(frame.data)}),
+              (Values{c.size, c.size, c.size > 1600 ? c.size + 4 : 1600, c.frameChannels}));
+    // The caller's fields stay.
+    EXPECT_EQ((Values{frame.samplingRate, frame.audioType, frame.stampA}), (Values{44100, AUDIO_FRAME_PCM, 99}));
     // A second call replaces the payload rather than appending to it.
     ASSERT_EQ(CAudioSupport::GetSilentAC3Frame(c.channels, c.bitRate, frame), S_OK);
     EXPECT_EQ(frame.payloadLength, c.size);

@@ -5,12 +5,10 @@
 
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "primitives/prim.h"
 #include "support/run_process.h"
 #include "support/temp_folder.h"
 
@@ -18,6 +16,7 @@ namespace {
 
 using corvane::test::RunProcess;
 using corvane::test::TempFolder;
+using Strings = std::vector<std::string>;
 
 // A host laid out in a folder of its own: the executable in bin/, this
 // library in lib/, the user's registry under config/. The module-wide values
@@ -67,12 +66,10 @@ class StartUpTest : public ::testing::Test {
 
 TEST_F(StartUpTest, WithoutRedirectFileTheDefaultNamesStand) {
   CWinAppQBX app(Paths());
-  EXPECT_STREQ(CWinAppQBX::organizationName, "Brackwater Systems");
-  EXPECT_STREQ(CWinAppQBX::applicationName, "Tessaline-Orbelle4");
-  EXPECT_STREQ(CWinAppQBX::lpValue, "");
-  EXPECT_EQ(app.AppName(), "Tessaline-Orbelle4");
-  EXPECT_EQ(app.ProfileName(), "Tessaline-Orbelle4");
-  EXPECT_EQ(app.RegistryKey(), "Brackwater Systems");
+  EXPECT_EQ((Strings{CWinAppQBX::organizationName, CWinAppQBX::applicationName, CWinAppQBX::lpValue, app.AppName(),
+                     app.ProfileName(), app.RegistryKey()}),
+            (Strings{"Brackwater Systems", "Tessaline-Orbelle4", "", "Tessaline-Orbelle4", "Tessaline-Orbelle4",
+                     "Brackwater Systems"}));
   EXPECT_EQ(app.HelpMode(), afxHTMLHelp);
   EXPECT_TRUE(app.InitInstance());
   EXPECT_EQ(CWinAppQBX::languageCode, "");
@@ -98,12 +95,9 @@ TEST_F(StartUpTest, RedirectFileLines) {
     ClearNames();
     WriteRedirect("QBX_REGISTRY.ini", c.text);
     CWinAppQBX app(Paths());
-    EXPECT_EQ(std::string(CWinAppQBX::organizationName), c.organization);
-    EXPECT_EQ(std::string(CWinAppQBX::applicationName), c.application);
-    CWinApp& platformApp = app;
-    EXPECT_EQ(static_cast<CWinAppQBX&>(platformApp).GetLpValue(), c.lp);
-    EXPECT_EQ(app.AppName(), c.application);
-    EXPECT_EQ(app.RegistryKey(), c.organization);
+    EXPECT_EQ((Strings{CWinAppQBX::organizationName, CWinAppQBX::applicationName, app.GetLpValue(), app.AppName(),
+                       app.RegistryKey()}),
+              (Strings{c.organization, c.application, c.lp, c.application, c.organization}));
   }
 }
 
@@ -190,13 +184,11 @@ TEST(LibraryLoadTest, FreshProcessLogsTheStartUpLineOnce) {
     const auto result = RunProcess("CORVANE_LOG='" + log + "' CORVANE_PRIM_SLOT='" + slot + "' '" +
                                    CORVANE_TOOL_PATH + "' version");
     ASSERT_EQ(result.exitStatus, 0) << result.output;
-    std::ifstream in(log);
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(in, line);) lines.push_back(line);
-    ASSERT_EQ(lines.size(), 1u) << "slot '" << slot << "'";
+    const std::string text = corvane::test::ReadWholeFile(log);
     const std::string prefix = "[0] Image   support lib: 7.0 build 205.58, ";
-    ASSERT_EQ(lines[0].compare(0, prefix.size(), prefix), 0) << lines[0];
-    const std::string name = lines[0].substr(prefix.size());
+    ASSERT_EQ(text.rfind(prefix, 0), 0u) << text;
+    ASSERT_EQ(text.find('\n'), text.size() - 1) << "one line, slot '" << slot << "': " << text;
+    const std::string name = text.substr(prefix.size(), text.size() - 1 - prefix.size());
     EXPECT_NE(result.output.find("primitives      " + name + ", 7.0 build 205.58"), std::string::npos)
         << result.output;
     if (std::string(slot) == "1") {

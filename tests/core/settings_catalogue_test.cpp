@@ -7,6 +7,7 @@
 #include <set>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "support/run_process.h"
 #include "support/temp_folder.h"
@@ -14,13 +15,12 @@
 namespace {
 
 using corvane::test::RunProcess;
+using Strings = std::vector<std::string>;
 
 TEST(SettingsCatalogueTest, RowsHoldTheirTextsInTableOrder) {
   const CSettingEntry& first = g_settingsCatalogue[0];
-  EXPECT_STREQ(first.section, "Special");
-  EXPECT_STREQ(first.key, "AllowBadAC3PESHeaders");
-  EXPECT_STREQ(first.description, "Allow processing of improper AC3 PES packets");
-  EXPECT_STREQ(first.defaultValue, "1");
+  EXPECT_EQ((Strings{first.section, first.key, first.description, first.defaultValue}),
+            (Strings{"Special", "AllowBadAC3PESHeaders", "Allow processing of improper AC3 PES packets", "1"}));
   EXPECT_EQ(first.type, SETTING_SWITCH);
   EXPECT_STREQ(g_settingsCatalogue[kSettingsCatalogueRows - 1].key, "OverrideTSBitrateMode");
   // Texts kept as they are, quotes and spelling included.
@@ -91,9 +91,7 @@ TEST(OutputFileTypesTest, IdsAreUniqueAndTheTableIsClosed) {
   // Several types share an extension; only the id tells them apart.
   EXPECT_STREQ(g_outputFileTypes[7].extension, g_outputFileTypes[8].extension);
   const COutputFileType& closing = g_outputFileTypes[kOutputFileTypeRows];
-  EXPECT_STREQ(closing.name, "");
-  EXPECT_STREQ(closing.extension, "");
-  EXPECT_EQ(closing.id, 0);
+  EXPECT_EQ((Strings{closing.name, closing.extension, std::to_string(closing.id)}), (Strings{"", "", "0"}));
 }
 
 // The tool's view of the tables; the log goes to a file so that standard

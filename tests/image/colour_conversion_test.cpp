@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
 #include <vector>
 
@@ -10,6 +9,8 @@
 #include "platform/global_memory.h"
 
 namespace {
+
+using Bytes = std::vector<int>;
 
 CYUVFrame Filled(int width, int height, CHROMA chroma, uint8_t y, uint8_t u, uint8_t v) {
   CYUVFrame frame(width, height, chroma);
@@ -23,68 +24,53 @@ TEST(ColourConversionTest, SinglePixelsBetweenWordsAndStudioRange) {
   EXPECT_EQ(CImageSupport::RGBFromYCbCr(16, 128, 128), 0x000000ul);
   // (76284 * 235 - 1220544) >> 16 = 254 in all three channels.
   EXPECT_EQ(CImageSupport::RGBFromYCbCr(235, 128, 128), 0xFEFEFEul);
-  unsigned char out[3];
-  CImageSupport::YCbCrFromRGB(0xFFFFFF, out);
-  EXPECT_EQ(out[0], 235);
-  EXPECT_EQ(out[1], 128);
-  EXPECT_EQ(out[2], 128);
-  CImageSupport::YCbCrFromRGB(0x000000, out);
-  EXPECT_EQ(out[0], 16);
+  const auto ycbcr = [](unsigned long rgb) {
+    unsigned char out[3];
+    CImageSupport::YCbCrFromRGB(rgb, out);
+    return Bytes(out, out + 3);
+  };
+  EXPECT_EQ(ycbcr(0xFFFFFF), (Bytes{235, 128, 128}));
+  EXPECT_EQ(ycbcr(0x000000), (Bytes{16, 128, 128}));
   // Pure red: Y = (16843 * 255 + 0x108000) >> 16 = 82; Cr = (28770 * 255 + 0x808000) >> 16 = 240.
-  CImageSupport::YCbCrFromRGB(0x0000FF, out);
-  EXPECT_EQ(out[0], 82);
-  EXPECT_EQ(out[2], 240);
+  EXPECT_EQ(ycbcr(0x0000FF)[0], 82);
+  EXPECT_EQ(ycbcr(0x0000FF)[2], 240);
 }
 
-TEST(ColourConversionTest, StudioAndAnalogPathsDifferOnBlack) {
+TEST(ColourConversionTest, RgbBufferToFrameStudioAndAnalogPaths) {
   const int width = 6, height = 4;
   std::vector<uint8_t> black(3 * width * height, 0);
   CYUVFrame studio(width, height, CHROMA_420);
   EXPECT_EQ(CImageSupport::ConvertRGBBuffer_to_YUVFrame(black.data(), studio), S_OK);
-  EXPECT_EQ(studio.y[0], 16);
-  EXPECT_EQ(studio.u[0], 128);
+  EXPECT_EQ((Bytes{studio.y[0], studio.u[0]}), (Bytes{16, 128}));
 
   CYUVFrame analog;
   EXPECT_EQ(CImageSupport::ConvertRGBBuffer2YUV420Frame(black.data(), analog, width, height), S_OK);
-  EXPECT_EQ(analog.y[0], 0);
-  EXPECT_EQ(analog.u[0], 128);
-  EXPECT_EQ(analog.y[analog.stride * (height - 1) + width - 1], 0);
-  // The luma padding columns were set to 16 before the conversion.
-  EXPECT_EQ(analog.y[width], 16);
+  // The luma padding columns (from `width` on) were set to 16 before the conversion.
+  EXPECT_EQ((Bytes{analog.y[0], analog.u[0], analog.y[analog.stride * (height - 1) + width - 1], analog.y[width]}),
+            (Bytes{0, 128, 0, 16}));
+
+  // A bottom-up buffer lands top-down, and odd sizes grow to even ones.
+  std::vector<uint8_t> rgb(3 * 722 * 482, 0);
+  std::memset(rgb.data() + 3 * 722 * 481, 255, 3 * 722);  // the buffer's last row, the picture's top: white
+  CYUVFrame grown;
+  CImageSupport::ConvertRGBBuffer2YUV420Frame(rgb.data(), grown, 721, 481);
+  EXPECT_EQ((Bytes{grown.width, grown.height, grown.y[0], grown.y[grown.stride]}), (Bytes{722, 482, 255, 0}));
 }
 
-TEST(ColourConversionTest, BottomUpBufferLandsTopDownAndOddSizesGrow) {
-  const int width = 721, height = 481;
-  const int evenWidth = 722, evenHeight = 482;
-  std::vector<uint8_t> rgb(3 * evenWidth * evenHeight, 0);
-  // The last row of the buffer is the top of the picture: make it white.
-  std::memset(rgb.data() + 3 * evenWidth * (evenHeight - 1), 255, 3 * evenWidth);
-  CYUVFrame frame;
-  CImageSupport::ConvertRGBBuffer2YUV420Frame(rgb.data(), frame, width, height);
-  EXPECT_EQ(frame.width, evenWidth);
-  EXPECT_EQ(frame.height, evenHeight);
-  EXPECT_EQ(frame.y[0], 255);
-  EXPECT_EQ(frame.y[frame.stride], 0);
-}
-
-TEST(ColourConversionTest, FrameToRgbRefusesFourFourFour) {
+TEST(ColourConversionTest, FrameToRgbRefusesFourFourFourAndStartsAtTheAreasPixel) {
   CYUVFrame frame = Filled(8, 4, CHROMA_444, 16, 128, 128);
-  std::vector<uint8_t> rgb(3 * 8 * 4, 7);
+  std::vector<uint8_t> rgb(3 * 10 * 8, 7);
   EXPECT_EQ(CImageSupport::ConvertYUVFrame_to_RGBBuffer(rgb.data(), frame), S_FALSE);
   EXPECT_EQ(rgb[0], 7);
   CYUVFrame frame422 = Filled(8, 4, CHROMA_422, 16, 128, 128);
   EXPECT_EQ(CImageSupport::ConvertYUVFrame_to_RGBBuffer(rgb.data(), frame422), S_OK);
   EXPECT_EQ(rgb[0], 0);
-}
 
-TEST(ColourConversionTest, AreaConversionStartsAtTheAreasPixel) {
-  CYUVFrame frame = Filled(32, 16, CHROMA_420, 16, 128, 128);
-  frame.y[4 * frame.stride + 6] = 235;  // top-left pixel of the area
-  std::vector<uint8_t> rgb(3 * 10 * 8, 0);
-  CImageSupport::ConvertYUVFrame_to_RGBBuffer(rgb.data(), frame, CRect(6, 4, 16, 12));
+  CYUVFrame frame420 = Filled(32, 16, CHROMA_420, 16, 128, 128);
+  frame420.y[4 * frame420.stride + 6] = 235;  // top-left pixel of the area
+  CImageSupport::ConvertYUVFrame_to_RGBBuffer(rgb.data(), frame420, CRect(6, 4, 16, 12));
   // PrimYCbCr420ToRGB has a rounding term: (76284 * 235 - 1187776) >> 16 = 255.
-  EXPECT_EQ(rgb[0], 255);
-  EXPECT_EQ(rgb[3], 0);
+  EXPECT_EQ((Bytes{rgb[0], rgb[3]}), (Bytes{255, 0}));
 }
 
 TEST(ColourConversionTest, ConvertChromaFollowsThePairTable) {
@@ -97,11 +83,10 @@ TEST(ColourConversionTest, ConvertChromaFollowsThePairTable) {
   CYUVFrame target;
   source.progressive = true;
   ASSERT_EQ(CImageSupport::ConvertChroma(&source, &target, CHROMA_422), S_OK);
-  EXPECT_EQ(target.chroma, CHROMA_422);
-  EXPECT_EQ(target.stampB, 77);
   // Progressive 4:2:0 to 4:2:2 doubles each chroma line.
-  for (int row = 0; row < 4; ++row) EXPECT_EQ(target.u[row * target.chromaStride], 10 * (row / 2)) << row;
-  EXPECT_EQ(target.y[5], 100);
+  const int stride = target.chromaStride;
+  EXPECT_EQ((Bytes{target.chroma, static_cast<int>(target.stampB), target.y[5]}), (Bytes{CHROMA_422, 77, 100}));
+  EXPECT_EQ((Bytes{target.u[0], target.u[stride], target.u[2 * stride], target.u[3 * stride]}), (Bytes{0, 0, 10, 10}));
 
   // Interlaced: the field-wise filter gives (5 * 0 + 3 * 20 + 4) >> 3 = 8 on row 2.
   source.progressive = false;
@@ -110,8 +95,7 @@ TEST(ColourConversionTest, ConvertChromaFollowsThePairTable) {
 
   CYUVFrame back;
   ASSERT_EQ(CImageSupport::ConvertChroma(&target, &back, CHROMA_420), S_OK);
-  EXPECT_EQ(back.chroma, CHROMA_420);
-  EXPECT_EQ(back.v[0], 200);
+  EXPECT_EQ((Bytes{back.chroma, back.v[0]}), (Bytes{CHROMA_420, 200}));
 
   CYUVFrame same;
   ASSERT_EQ(CImageSupport::ConvertChroma(&source, &same, CHROMA_420), S_OK);
@@ -119,9 +103,8 @@ TEST(ColourConversionTest, ConvertChromaFollowsThePairTable) {
 
   CYUVFrame refused;
   EXPECT_EQ(CImageSupport::ConvertChroma(&source, &refused, CHROMA_444), E_FAIL);
-  EXPECT_EQ(refused.chroma, CHROMA_444);
-  EXPECT_EQ(refused.stampB, 77);
-  EXPECT_EQ(refused.bufferSize, 3u * 16 * 16);
+  EXPECT_EQ((Bytes{refused.chroma, static_cast<int>(refused.stampB), static_cast<int>(refused.bufferSize)}),
+            (Bytes{CHROMA_444, 77, 3 * 16 * 16}));
   CYUVFrame source444 = Filled(16, 8, CHROMA_444, 1, 2, 3);
   EXPECT_EQ(CImageSupport::ConvertChroma(&source444, &refused, CHROMA_422), E_FAIL);
 }
@@ -166,7 +149,7 @@ TEST(ColourConversionTest, ColourSpaceEqualsThePerPixelFormulaOnRandomFrames) {
 TEST(ColourConversionTest, Convert422To420KeepsEvenChromaLinesOnly) {
   const int width = 8, height = 4;
   std::vector<uint8_t> y(width * height, 50), u(width / 2 * height), v(width / 2 * height);
-  for (int row = 0; row < height; ++row) {
+  for (int row = 0; row < height; ++row) {  // odd u lines 255, v lines their row number
     std::memset(u.data() + row * width / 2, row % 2 == 1 ? 255 : 0, width / 2);
     std::memset(v.data() + row * width / 2, row, width / 2);
   }
@@ -182,14 +165,13 @@ TEST(ColourConversionTest, Convert422To420KeepsEvenChromaLinesOnly) {
 }
 
 TEST(ColourConversionTest, DibRoundTripThroughTheBitmapCalls) {
-  // A 5x3 bitmap of distinct colours, rows from the top, padded to 4 bytes.
+  // A 5x3 bitmap of distinct colours (B 40 x, G 100 row, R 200), rows from the top, padded to 4 bytes.
   const int width = 5, height = 3, rowBytes = 16;
   std::vector<uint8_t> bits(rowBytes * height, 0);
   for (int row = 0; row < height; ++row) {
     for (int x = 0; x < width; ++x) {
-      bits[row * rowBytes + 3 * x + 0] = static_cast<uint8_t>(40 * x);        // B
-      bits[row * rowBytes + 3 * x + 1] = static_cast<uint8_t>(100 * row);     // G
-      bits[row * rowBytes + 3 * x + 2] = 200;                                 // R
+      uint8_t* pixel = &bits[row * rowBytes + 3 * x];
+      pixel[0] = static_cast<uint8_t>(40 * x), pixel[1] = static_cast<uint8_t>(100 * row), pixel[2] = 200;
     }
   }
   CBitmap bitmap;
@@ -200,12 +182,9 @@ TEST(ColourConversionTest, DibRoundTripThroughTheBitmapCalls) {
 
   CYUVFrame frame;
   CImageSupport::ConvertRGB_dib_bitmap_to_YUV(dib, frame, CHROMA_422);
-  EXPECT_EQ(frame.width, width);
-  EXPECT_EQ(frame.chroma, CHROMA_422);
-  // Top-left pixel R 200, G 0, B 0: Y = (16843 * 200 + 0x108000) >> 16 = 67.
-  EXPECT_EQ(frame.y[0], 67);
-  // Second line, G 100: Y = (16843 * 200 + 33030 * 100 + 0x108000) >> 16 = 118.
-  EXPECT_EQ(frame.y[frame.stride], 118);
+  // Top-left pixel R 200, G 0, B 0: Y = (16843 * 200 + 0x108000) >> 16 = 67;
+  // second line, G 100: Y = (16843 * 200 + 33030 * 100 + 0x108000) >> 16 = 118.
+  EXPECT_EQ((Bytes{frame.width, frame.chroma, frame.y[0], frame.y[frame.stride]}), (Bytes{width, CHROMA_422, 67, 118}));
   GlobalFree(static_cast<HGLOBAL>(dib));
 }
 

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <vector>
 
 #include "image/image_support.h"
 #include "support/library_checks.h"
@@ -8,12 +9,16 @@
 namespace {
 
 using Quality = CImageSupport::RESIZE_QUALITY;
+using Values = std::vector<int>;
+constexpr Quality kStandard = CImageSupport::RESIZE_QUALITY_STANDARD;
+constexpr Quality kSuper = CImageSupport::RESIZE_QUALITY_SUPERSAMPLE;
+const CRect kNoMargins(0, 0, 0, 0);
 
 // Owns a parameter block for the length of a test.
 struct Block {
   CCropResizeParams* params = nullptr;
-  Block(CSize source, CSize target, CRect area, CRect margins, CHROMA chroma, Quality quality, int keepTopLines = 0,
-        unsigned long fill = 0) {
+  Block(CSize source, CSize target, CRect area, CRect margins = kNoMargins, CHROMA chroma = CHROMA_420,
+        Quality quality = kStandard, int keepTopLines = 0, unsigned long fill = 0) {
     CImageSupport::CropResizeYUVInitialize(&params, source, target, area, margins, fill, chroma, keepTopLines,
                                            quality);
   }
@@ -22,19 +27,15 @@ struct Block {
   const CCropResizeParams* operator->() const { return params; }
 };
 
-const CRect kNoMargins(0, 0, 0, 0);
-
-TEST(CropResizeInitTest, HdToSdFactorsAndInterpolation) {
+TEST(CropResizeInitTest, FactorsAndInterpolationThresholds) {
   const CSize hd(1920, 1080), sd(720, 480);
   const CRect all(0, 0, 1920, 1080);
-  Block super(hd, sd, all, kNoMargins, CHROMA_420, CImageSupport::RESIZE_QUALITY_SUPERSAMPLE);
+  Block super(hd, sd, all, kNoMargins, CHROMA_420, kSuper);
   EXPECT_DOUBLE_EQ(super->xFactor, 0.375);
   EXPECT_DOUBLE_EQ(super->yFactor, 480.0 / 1080.0);
-  EXPECT_EQ(super->interpolation, 8);
-  EXPECT_FALSE(super->fillBackground);
-  EXPECT_FALSE(super->copyArea);
-  EXPECT_EQ(Block(hd, sd, all, kNoMargins, CHROMA_422, CImageSupport::RESIZE_QUALITY_STANDARD)->interpolation, 8);
-  EXPECT_EQ(Block(hd, sd, all, kNoMargins, CHROMA_420, CImageSupport::RESIZE_QUALITY_STANDARD)->interpolation, 4);
+  EXPECT_EQ((Values{super->interpolation, super->fillBackground, super->copyArea}), (Values{8, false, false}));
+  EXPECT_EQ(Block(hd, sd, all, kNoMargins, CHROMA_422)->interpolation, 8);
+  EXPECT_EQ(Block(hd, sd, all)->interpolation, 4);
   EXPECT_GT(super->scratchSize, 0);
   for (uint8_t* scratch : super->scratch) EXPECT_NE(scratch, nullptr);
 
@@ -42,70 +43,47 @@ TEST(CropResizeInitTest, HdToSdFactorsAndInterpolation) {
   CImageSupport::CropResizeGetXYFactor(hd, sd, all, kNoMargins, x, y);
   EXPECT_DOUBLE_EQ(x, super->xFactor);
   EXPECT_DOUBLE_EQ(y, super->yFactor);
-}
 
-TEST(CropResizeInitTest, InterpolationThresholds) {
   const CSize pal(720, 576), vga(640, 480);
-  const CRect all(0, 0, 720, 576);
-  EXPECT_EQ(Block(pal, vga, all, kNoMargins, CHROMA_420, CImageSupport::RESIZE_QUALITY_SUPERSAMPLE)->interpolation, 8);
+  const CRect palArea(0, 0, 720, 576);
+  EXPECT_EQ(Block(pal, vga, palArea, kNoMargins, CHROMA_420, kSuper)->interpolation, 8);
   // 0.889 and 0.833 are above 0.6, so 4:2:2 keeps cubic.
-  EXPECT_EQ(Block(pal, vga, all, kNoMargins, CHROMA_422, CImageSupport::RESIZE_QUALITY_STANDARD)->interpolation, 4);
+  EXPECT_EQ(Block(pal, vga, palArea, kNoMargins, CHROMA_422)->interpolation, 4);
   // Exactly 0.9 counts as small enough; an enlargement is always cubic.
-  const CRect square(0, 0, 1000, 1000);
-  EXPECT_EQ(Block(CSize(1000, 1000), CSize(900, 900), square, kNoMargins, CHROMA_420,
-                  CImageSupport::RESIZE_QUALITY_SUPERSAMPLE)->interpolation,
-            8);
-  EXPECT_EQ(Block(CSize(1000, 1000), CSize(1100, 500), square, kNoMargins, CHROMA_420,
-                  CImageSupport::RESIZE_QUALITY_SUPERSAMPLE)->interpolation,
-            4);
+  const CSize square(1000, 1000);
+  const CRect whole(0, 0, 1000, 1000);
+  EXPECT_EQ(Block(square, CSize(900, 900), whole, kNoMargins, CHROMA_420, kSuper)->interpolation, 8);
+  EXPECT_EQ(Block(square, CSize(1100, 500), whole, kNoMargins, CHROMA_420, kSuper)->interpolation, 4);
 }
 
-TEST(CropResizeInitTest, SourceAreaOutsideTheSourceBecomesBars) {
-  Block block(CSize(720, 576), CSize(720, 576), CRect(-100, 0, 820, 576), kNoMargins, CHROMA_420,
-              CImageSupport::RESIZE_QUALITY_STANDARD);
-  EXPECT_TRUE(block->fillBackground);
-  EXPECT_EQ(block->lumaSourceArea.width, 720);
-  EXPECT_EQ(block->lumaTargetArea.width, 520);
-  EXPECT_EQ(block->lumaTargetOffset, 100);
-  EXPECT_EQ(block->chromaTargetOffset, 50);
-  EXPECT_DOUBLE_EQ(block->xFactor, 520.0 / 720.0);
-  EXPECT_DOUBLE_EQ(block->yFactor, 1.0);
-  // Black bars in analog YUV: luma 0, chroma 128.
-  EXPECT_EQ(block->fillY, 0);
-  EXPECT_EQ(block->fillU, 128);
-  EXPECT_EQ(block->fillV, 128);
-  EXPECT_FALSE(block->copyWhole);
+TEST(CropResizeInitTest, SourceAreaOutsideTheSourceAndMarginsBecomeBars) {
+  Block b(CSize(720, 576), CSize(720, 576), CRect(-100, 0, 820, 576));
+  EXPECT_EQ((Values{b->fillBackground, b->copyWhole, b->lumaSourceArea.width, b->lumaTargetArea.width,
+                    b->lumaTargetOffset, b->chromaTargetOffset}),
+            (Values{true, false, 720, 520, 100, 50}));
+  EXPECT_DOUBLE_EQ(b->xFactor, 520.0 / 720.0);
+  EXPECT_DOUBLE_EQ(b->yFactor, 1.0);
+  EXPECT_EQ((Values{b->fillY, b->fillU, b->fillV}), (Values{0, 128, 128})) << "black bars in analog YUV";
+
+  // Margins that leave 481 lines move the image down one line, 480 high.
+  Block odd(CSize(720, 576), CSize(720, 576), CRect(0, 0, 720, 576), CRect(0, 0, 0, 95));
+  EXPECT_EQ((Values{odd->lumaTargetArea.height, odd->lumaTargetOffset, odd->fillBackground}), (Values{480, 720, true}));
 }
 
 TEST(CropResizeInitTest, OffsetsAndFieldAreasOfACrop) {
-  Block block(CSize(720, 576), CSize(352, 288), CRect(16, 9, 720 - 16, 576 - 9), kNoMargins, CHROMA_420,
-              CImageSupport::RESIZE_QUALITY_STANDARD);
-  EXPECT_EQ(block->lumaSourceOffset, 9 * 720 + 16);
-  EXPECT_EQ(block->lumaBottomFieldOffset, 9 * 720 + 16 + 720);
-  EXPECT_EQ(block->chromaSourceOffset, 4 * 360 + 8);
-  EXPECT_EQ(block->chromaBottomFieldOffset, 4 * 360 + 8 + 360);
-  EXPECT_EQ(block->fieldLumaSourceArea.height, (558 + 1) / 2);
-  EXPECT_EQ(block->fieldLumaTargetArea.height, 144);
-  EXPECT_EQ(block->fieldChromaSourceArea.height, (279 + 1) / 2);
-  EXPECT_EQ(block->fieldChromaTargetArea.height, 72);
-  EXPECT_EQ(block->chromaTargetBottomFieldOffset, 176);
-  EXPECT_EQ(block->lumaTargetSize, 352 * 288);
-  EXPECT_EQ(block->chromaTargetSize, 352 * 288 / 4);
-}
-
-TEST(CropResizeInitTest, OddImageHeightStartsOneLineLower) {
-  // Margins leave 481 lines: the image moves down one line and is 480 high.
-  Block block(CSize(720, 576), CSize(720, 576), CRect(0, 0, 720, 576), CRect(0, 0, 0, 95), CHROMA_420,
-              CImageSupport::RESIZE_QUALITY_STANDARD);
-  EXPECT_EQ(block->lumaTargetArea.height, 480);
-  EXPECT_EQ(block->lumaTargetOffset, 720);
-  EXPECT_TRUE(block->fillBackground);
+  Block b(CSize(720, 576), CSize(352, 288), CRect(16, 9, 720 - 16, 576 - 9));
+  EXPECT_EQ((Values{b->lumaSourceOffset, b->lumaBottomFieldOffset, b->chromaSourceOffset, b->chromaBottomFieldOffset}),
+            (Values{9 * 720 + 16, 9 * 720 + 16 + 720, 4 * 360 + 8, 4 * 360 + 8 + 360}));
+  EXPECT_EQ((Values{b->fieldLumaSourceArea.height, b->fieldLumaTargetArea.height, b->fieldChromaSourceArea.height,
+                    b->fieldChromaTargetArea.height}),
+            (Values{(558 + 1) / 2, 144, (279 + 1) / 2, 72}));
+  EXPECT_EQ((Values{b->chromaTargetBottomFieldOffset, b->lumaTargetSize, b->chromaTargetSize}),
+            (Values{176, 352 * 288, 352 * 288 / 4}));
 }
 
 TEST(CropResizeTest, KeepTopLinesCopiesFromTheSourceAndProgressiveRepaintsLuma) {
   const CSize size(720, 512);
-  Block block(size, size, CRect(0, 0, 720, 512), CRect(0, 32, 0, 0), CHROMA_420,
-              CImageSupport::RESIZE_QUALITY_STANDARD, 1);
+  Block block(size, size, CRect(0, 0, 720, 512), CRect(0, 32, 0, 0), CHROMA_420, kStandard, 1);
   ASSERT_TRUE(block->keepTopLines);
   CYUVFrame source(720, 512, CHROMA_420);
   std::memset(source.y, 90, source.bufferSize);
@@ -118,13 +96,12 @@ TEST(CropResizeTest, KeepTopLinesCopiesFromTheSourceAndProgressiveRepaintsLuma) 
   CImageSupport::CropResizeYUV(target, source, *block);
   EXPECT_EQ(target.y[10 * target.stride + 5], 0);  // painted over with the fill
   EXPECT_EQ(target.u[31 * target.chromaStride], 90);
-  EXPECT_FALSE(Block(size, size, CRect(0, 0, 720, 512), CRect(0, 32, 0, 0), CHROMA_420,
-                     CImageSupport::RESIZE_QUALITY_STANDARD, 0)->keepTopLines);
+  EXPECT_FALSE(Block(size, size, CRect(0, 0, 720, 512), CRect(0, 32, 0, 0))->keepTopLines);
 }
 
 TEST(CropResizeTest, SameSizeCopiesWholeIncludingPadding) {
   const CSize size(1920, 1080);
-  Block block(size, size, CRect(0, 0, 1920, 1080), kNoMargins, CHROMA_420, CImageSupport::RESIZE_QUALITY_STANDARD);
+  Block block(size, size, CRect(0, 0, 1920, 1080));
   ASSERT_TRUE(block->copyWhole);
   CYUVFrame source(1920, 1080, CHROMA_420);
   source.y[1085 * source.stride] = 42;  // a padding line
@@ -135,7 +112,7 @@ TEST(CropResizeTest, SameSizeCopiesWholeIncludingPadding) {
 
 TEST(CropResizeTest, InterlacedSourceKeepsItsFieldsApart) {
   const CSize source(64, 64), target(32, 32);
-  Block block(source, target, CRect(0, 0, 64, 64), kNoMargins, CHROMA_420, CImageSupport::RESIZE_QUALITY_STANDARD);
+  Block block(source, target, CRect(0, 0, 64, 64));
   CYUVFrame frame(64, 64, CHROMA_420);
   for (int row = 0; row < 64; ++row) std::memset(frame.y + row * frame.stride, row % 2 == 0 ? 50 : 200, 64);
   for (int row = 0; row < 32; ++row) std::memset(frame.u + row * frame.chromaStride, row % 2 == 0 ? 60 : 180, 32);
@@ -156,17 +133,15 @@ TEST(CropResizeTest, InterlacedSourceKeepsItsFieldsApart) {
 }
 
 TEST(CropResizeTest, BarsAreFilledAroundTheImage) {
-  Block block(CSize(64, 32), CSize(64, 32), CRect(-16, 0, 80, 32), kNoMargins, CHROMA_420,
-              CImageSupport::RESIZE_QUALITY_STANDARD, 0, 0x0000FF);
+  Block block(CSize(64, 32), CSize(64, 32), CRect(-16, 0, 80, 32), kNoMargins, CHROMA_420, kStandard, 0, 0x0000FF);
   CYUVFrame source(64, 32, CHROMA_420);
   std::memset(source.y, 120, source.bufferSize);
   source.progressive = true;
   CYUVFrame target;
   CImageSupport::CropResizeYUV(target, source, *block);
   // Red in analog YUV: Y = (19595 * 255) >> 16 = 76.
-  EXPECT_EQ(target.y[5 * target.stride + 2], 76);
-  EXPECT_EQ(target.y[5 * target.stride + 32], 120);
-  EXPECT_EQ(target.y[5 * target.stride + 62], 76);
+  const uint8_t* line = target.y + 5 * target.stride;
+  EXPECT_EQ((Values{line[2], line[32], line[62]}), (Values{76, 120, 76}));
 }
 
 TEST(ResizeYuvTest, EqualFormatsCopyAndOthersScale) {
@@ -192,18 +167,13 @@ TEST(ResizeYuvTest, QuarterSizeBoxTruncates) {
   std::memset(source.u, 200, static_cast<size_t>(source.chromaPlaneSize));
   CYUVFrame target;
   CImageSupport::ReduceYUVFrameSizeBy4(target, source);
-  EXPECT_EQ(target.width, 4);
-  EXPECT_EQ(target.height, 2);
-  EXPECT_EQ(target.y[0], 7);
-  EXPECT_EQ(target.y[1], 0);
-  EXPECT_EQ(target.u[0], 200);
+  EXPECT_EQ((Values{target.width, target.height, target.y[0], target.y[1], target.u[0]}), (Values{4, 2, 7, 0, 200}));
 }
 
 using CropResizeLeakTest = corvane::test::LeakCheckedTest;
 
 TEST_F(CropResizeLeakTest, ParameterBlocksAndRepeatedResizesGiveBackTheirBuffers) {
-  Block block(CSize(64, 64), CSize(48, 36), CRect(0, 0, 64, 64), kNoMargins, CHROMA_422,
-              CImageSupport::RESIZE_QUALITY_SUPERSAMPLE);
+  Block block(CSize(64, 64), CSize(48, 36), CRect(0, 0, 64, 64), kNoMargins, CHROMA_422, kSuper);
   CYUVFrame source(64, 64, CHROMA_422), target;
   for (int i = 0; i < 3; ++i) CImageSupport::CropResizeYUV(target, source, *block);
   EXPECT_EQ(target.width, 48);

@@ -3,15 +3,12 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
 #include "image/image_support.h"
 #include "platform/bitmap.h"
 #include "platform/global_memory.h"
-#include "platform/logger.h"
 #include "support/library_checks.h"
 #include "support/temp_folder.h"
 

@@ -1,12 +1,15 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <vector>
 
 #include "image/image_support.h"
 
 namespace {
+
+using Values = std::vector<int64_t>;
 
 CYUVFrame Grey(int width, int height, CHROMA chroma, uint8_t luma) {
   CYUVFrame frame(width, height, chroma);
@@ -24,12 +27,10 @@ TEST(FadeTest, LevelsRunLinearlyInEightBitSteps) {
   const CYUVFrame source = Grey(16, 8, CHROMA_420, 235);
   std::vector<CYUVFrame> frames(255);
   CImageSupport::FadeToFromBlack(frames.data(), source, 255, CImageSupport::FADE_TO_BLACK);
-  EXPECT_EQ(frames[0].y[0], StudioLuma(255));
-  EXPECT_EQ(frames[1].y[0], StudioLuma(254));
-  EXPECT_EQ(frames[254].y[0], StudioLuma(1));
+  EXPECT_EQ((Values{frames[0].y[0], frames[1].y[0], frames[254].y[0]}),
+            (Values{StudioLuma(255), StudioLuma(254), StudioLuma(1)}));
   CImageSupport::FadeToFromBlack(frames.data(), source, 255, CImageSupport::FADE_FROM_BLACK);
-  EXPECT_EQ(frames[0].y[0], StudioLuma(1));
-  EXPECT_EQ(frames[254].y[0], StudioLuma(255));
+  EXPECT_EQ((Values{frames[0].y[0], frames[254].y[0]}), (Values{StudioLuma(1), StudioLuma(255)}));
 
   std::vector<CYUVFrame> one(1);
   CImageSupport::FadeToFromBlack(one.data(), source, 1, CImageSupport::FADE_FROM_BLACK);
@@ -48,41 +49,34 @@ CYUVFrame Striped(int width, int height, uint8_t even, uint8_t odd) {
   return frame;
 }
 
-TEST(FieldOperationsTest, BobDoublesTheKeptField) {
+// Bob doubles the kept field; merge weaves luma and averages chroma; the
+// pattern puts black and white on opposite fields, and the swap exchanges them.
+TEST(FieldOperationsTest, BobMergePatternAndSwap) {
   CYUVFrame frame = Striped(16, 8, 10, 200);
   CImageSupport::DeinterlaceFrameUsingBOB(frame, true);
   EXPECT_EQ(frame.y[frame.stride], 10);
   frame = Striped(16, 8, 10, 200);
   CImageSupport::DeinterlaceFrameUsingBOB(frame, false);
-  EXPECT_EQ(frame.y[0], 200);
-  EXPECT_EQ(frame.y[7 * frame.stride], 200);
-}
+  EXPECT_EQ((Values{frame.y[0], frame.y[7 * frame.stride]}), (Values{200, 200}));
 
-TEST(FieldOperationsTest, MergeWeavesLumaAndAveragesChroma) {
   CYUVFrame first = Grey(16, 8, CHROMA_420, 30);
   CYUVFrame second = Grey(16, 8, CHROMA_420, 90);
   std::memset(first.u, 2, static_cast<size_t>(first.chromaPlaneSize));
   std::memset(second.u, 5, static_cast<size_t>(second.chromaPlaneSize));
   CYUVFrame target;
   CImageSupport::MergeFields(target, true, first, second);
-  EXPECT_EQ(target.y[0], 30);
-  EXPECT_EQ(target.y[target.stride], 90);
-  EXPECT_EQ(target.u[0], 4);  // (2 + 5) / 2 rounds half to even
+  // (2 + 5) / 2 rounds half to even.
+  EXPECT_EQ((Values{target.y[0], target.y[target.stride], target.u[0]}), (Values{30, 90, 4}));
   CImageSupport::MergeFields(first, false, first, second);
-  EXPECT_EQ(first.y[0], 90);
-  EXPECT_EQ(first.y[first.stride], 30);
-}
+  EXPECT_EQ((Values{first.y[0], first.y[first.stride]}), (Values{90, 30}));
 
-TEST(FieldOperationsTest, PatternAndSwap) {
-  CYUVFrame frame(16, 4, CHROMA_420);
-  CImageSupport::CreateFieldTestPattern(&frame);
-  EXPECT_EQ(frame.y[0], 0);
-  EXPECT_EQ(frame.y[15], 255);
-  EXPECT_EQ(frame.y[frame.stride], 255);
-  EXPECT_EQ(frame.y[frame.stride + 15], 0);
-  CImageSupport::SwapFields(&frame);
-  EXPECT_EQ(frame.y[0], 255);
-  EXPECT_EQ(frame.y[frame.stride + 15], 255);
+  CYUVFrame pattern(16, 4, CHROMA_420);
+  CImageSupport::CreateFieldTestPattern(&pattern);
+  const uint8_t* y = pattern.y;
+  const int stride = pattern.stride;
+  EXPECT_EQ((Values{y[0], y[15], y[stride], y[stride + 15]}), (Values{0, 255, 255, 0}));
+  CImageSupport::SwapFields(&pattern);
+  EXPECT_EQ((Values{pattern.y[0], pattern.y[stride + 15]}), (Values{255, 255}));
 }
 
 TEST(SceneScannerTest, InclusiveBoundsAndAccumulatedSquares) {
@@ -92,22 +86,15 @@ TEST(SceneScannerTest, InclusiveBoundsAndAccumulatedSquares) {
   int64_t squares = 100;
   CImageSupport::SceneScannerWithoutHistogram(plane[0], 32, 10, 10, 5, 5, sum, maximum, minimum, count, squares);
   const unsigned sample = plane[10 * 32 + 5];
-  EXPECT_EQ(count, 1u);
-  EXPECT_EQ(sum, sample);
-  EXPECT_EQ(maximum, sample);
-  EXPECT_EQ(minimum, sample);
-  EXPECT_EQ(squares, 100 + static_cast<int64_t>(sample * sample));
+  EXPECT_EQ((Values{count, sum, maximum, minimum, squares}),
+            (Values{1, sample, sample, sample, 100 + sample * sample}));
 
   std::vector<unsigned> histogram(256, 1);
   squares = 0;
   CImageSupport::SceneScannerWithHistogram(plane[0], 32, 0, 1, 0, 31, sum, maximum, minimum, count, squares,
                                            histogram[0]);
-  EXPECT_EQ(count, 64u);
-  EXPECT_EQ(sum, 63u * 64 / 2);
-  EXPECT_EQ(minimum, 0u);
-  EXPECT_EQ(maximum, 63u);
-  EXPECT_EQ(histogram[5], 2u);  // not cleared: 1 + one sample
-  EXPECT_EQ(histogram[64], 1u);
+  EXPECT_EQ((Values{count, sum, minimum, maximum}), (Values{64, 63 * 64 / 2, 0, 63}));
+  EXPECT_EQ((Values{histogram[5], histogram[64]}), (Values{2, 1})) << "not cleared: 1 + one sample";
 }
 
 TEST(PsnrTest, IdenticalFramesAndOneLevelApart) {
@@ -135,13 +122,9 @@ TEST(DifferenceFrameTest, MarksChangesAndRemembersThePicture) {
   current.y[5 * current.stride + 6] = 105;
   current.y[0] = 0;  // held to 16: a difference of 84
   CImageSupport::CreateDifferenceFrame(current, previous, difference, CRect(), 10, count, maximum);
-  EXPECT_EQ(count, 2);
-  EXPECT_EQ(maximum, 84);
-  EXPECT_EQ(difference.y[3 * difference.stride + 4], 255);
-  EXPECT_EQ(difference.y[5 * difference.stride + 6], 0);
-  EXPECT_EQ(difference.u[0], 128);
-  EXPECT_EQ(current.y[0], 16);
-  EXPECT_EQ(previous.y[3 * previous.stride + 4], 130);
+  EXPECT_EQ((Values{count, maximum, difference.y[3 * difference.stride + 4], difference.y[5 * difference.stride + 6],
+                    difference.u[0], current.y[0], previous.y[3 * previous.stride + 4]}),
+            (Values{2, 84, 255, 0, 128, 16, 130}));
 
   CImageSupport::CreateDifferenceFrame(current, previous, difference, CRect(0, 0, 8, 8), 0, count, maximum);
   EXPECT_EQ(count, 64);
@@ -150,18 +133,14 @@ TEST(DifferenceFrameTest, MarksChangesAndRemembersThePicture) {
 TEST(SolidColourAndFlipTest, ColoursFlipsAndBlackWhite) {
   CYUVFrame frame;
   CImageSupport::BuildSolidColorYUVFrame(frame, 0xFFFFFF, CHROMA_422, 20, 10);
-  EXPECT_EQ(frame.y[0], 235);
-  EXPECT_EQ(frame.u[frame.chromaPlaneSize - 1], 128);
+  EXPECT_EQ((Values{frame.y[0], frame.u[frame.chromaPlaneSize - 1]}), (Values{235, 128}));
 
   std::vector<uint8_t> rgb(3 * 4 * 2);
   CImageSupport::FillRGBBufferWithSolidColor(rgb.data(), 0x030201, 4, 2);
-  EXPECT_EQ(rgb[0], 1);
-  EXPECT_EQ(rgb[23], 3);
+  EXPECT_EQ((Values{rgb[0], rgb[23]}), (Values{1, 3}));
   for (int i = 0; i < 4; ++i) rgb[3 * i] = static_cast<uint8_t>(i);
   CImageSupport::FlipRGBBuffer(rgb.data(), 4, 2, CImageSupport::FLIP_HORIZONTAL);
-  EXPECT_EQ(rgb[0], 3);
-  EXPECT_EQ(rgb[9], 0);
-  EXPECT_EQ(rgb[12], 1);  // the second line stays where it was
+  EXPECT_EQ((Values{rgb[0], rgb[9], rgb[12]}), (Values{3, 0, 1})) << "the second line stays where it was";
 
   CYUVFrame striped = Striped(16, 4, 10, 200);
   CImageSupport::FlipYUVFrame(striped, CImageSupport::FLIP_VERTICAL);
@@ -169,12 +148,9 @@ TEST(SolidColourAndFlipTest, ColoursFlipsAndBlackWhite) {
 
   CYUVFrame bw;
   CImageSupport::ConvertFrametoBlackWhite(striped, bw, 0, CImageSupport::INVERT_BLACK_WHITE_OFF);
-  EXPECT_EQ(bw.y[0], 235);
-  EXPECT_EQ(bw.y[bw.lumaPlaneSize - 1], 235);
+  EXPECT_EQ((Values{bw.y[0], bw.y[bw.lumaPlaneSize - 1]}), (Values{235, 235}));
   CImageSupport::ConvertFrametoBlackWhite(striped, bw, 100, CImageSupport::INVERT_BLACK_WHITE_ON);
-  EXPECT_EQ(bw.y[0], 16);
-  EXPECT_EQ(bw.y[bw.stride], 235);
-  EXPECT_EQ(bw.v[0], 128);
+  EXPECT_EQ((Values{bw.y[0], bw.y[bw.stride], bw.v[0]}), (Values{16, 235, 128}));
 }
 
 TEST(OverlayTest, AlphaOverComposition) {

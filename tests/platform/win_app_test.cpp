@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include "platform/registry.h"
 #include "support/temp_folder.h"
@@ -12,13 +13,9 @@ namespace {
 using corvane::test::TempFolder;
 
 TEST(SplitPathTest, CutsLikeThePlatformSplitter) {
-  struct Case {
-    const char* path;
-    const char* directory;
-    const char* name;
-    const char* extension;
-  };
-  const Case cases[] = {
+  const struct {
+    const char *path, *directory, *name, *extension;
+  } cases[] = {
       {"/opt/host/bin/editor", "/opt/host/bin/", "editor", ""},
       {"/opt/host/bin/editor.exe", "/opt/host/bin/", "editor", ".exe"},
       {"/opt/host/my.editor.bin", "/opt/host/", "my.editor", ".bin"},
@@ -28,12 +25,11 @@ TEST(SplitPathTest, CutsLikeThePlatformSplitter) {
       {"editor", "", "editor", ""},
       {"", "", "", ""},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     const CPathParts parts = SplitPath(c.path);
-    EXPECT_EQ(parts.directory, c.directory) << c.path;
-    EXPECT_EQ(parts.name, c.name) << c.path;
-    EXPECT_EQ(parts.extension, c.extension) << c.path;
-    EXPECT_EQ(parts.directory + parts.name + parts.extension, c.path);
+    EXPECT_EQ((std::vector<std::string>{parts.directory, parts.name, parts.extension}),
+              (std::vector<std::string>{c.directory, c.name, c.extension}))
+        << c.path;
   }
 }
 
