@@ -13,6 +13,7 @@
 
 namespace {
 
+using smart_field_rows::ChromaMarkRows;
 using smart_field_rows::CombTest;
 using smart_field_rows::RowTriple;
 
@@ -304,11 +305,13 @@ void CSmartFieldDeinterlacer::PrepareBlendSource() {
   blendSourceFrame = NewFrameLike(*currentFrame);
 }
 
+// The luma pass counts hits as it goes; IsCombedYV12 counts them afresh,
+// from the map that the chroma planes have added to.
 void CSmartFieldDeinterlacer::MotionMapYV12(int plane) {
   if (plane == PLANE_Y) {
-    MapLumaRows(0, currentFrame->height);
+    MapRows(0, currentFrame->height, false);
   } else {
-    MarkChromaRows({plane}, 0, PlaneOf(*currentFrame, plane).height);
+    MarkChromaRows(plane, plane, 0, PlaneOf(*currentFrame, plane).height);
     AddChromaMarks(0, currentFrame->height);
   }
 }
@@ -320,7 +323,7 @@ bool CSmartFieldDeinterlacer::IsCombedYV12() {
 
 // Band by band, while the rows are cached: the chroma marks that the band's
 // map rows take, then each map row from the luma plane with those marks
-// added, then the hits of the rows whose row below is done. A repair reads
+// added, counting the hits of the row above it. A repair reads
 // final map rows and, of the frame, only rows that it does not change (even
 // rows) or its own row, taking the neighbours from the blend source copy. So
 // once the frame is known to need it, it follows the bands: each row as soon
@@ -347,13 +350,11 @@ void CSmartFieldDeinterlacer::MapAndRepairInBands() {
     const int bandEnd = std::min(height, bandStart + kBandRows);
     // Map row r takes chroma rows up to r / 2 + 1 in 4:2:0, up to r otherwise.
     const int chromaEnd = halfHeight ? ((bandEnd - 1) >> 1) + 2 : bandEnd;
-    MarkChromaRows({PLANE_U, PLANE_V}, chromaMarked, chromaEnd);
+    MarkChromaRows(PLANE_U, PLANE_V, chromaMarked, chromaEnd);
     chromaMarked = chromaEnd;
-    for (int y = bandStart; y < bandEnd; ++y) {
-      MapLumaRows(y, y + 1);
-      AddChromaMarks(y, y + 1);
-    }
-    if (!deinterlaceAll) combed |= CountHits(std::max(bandStart - 1, 0), bandEnd == height ? height : bandEnd - 1);
+    MapRows(bandStart, bandEnd, true);
+    // The counters now hold the hits of the block rows that the band completed.
+    if (!deinterlaceAll) combed |= AnyBlockCombedInRows(bandStart - 1, bandEnd - 2);
     if (!repairing && !showMotionMap && (combed || deinterlaceAll)) {
       repairing = true;
       if (blend) PrepareBlendSource();
@@ -375,59 +376,84 @@ void CSmartFieldDeinterlacer::MapAndRepairInBands() {
   }
 }
 
-// Rows first..end-1 of both maps from the luma plane.
-void CSmartFieldDeinterlacer::MapLumaRows(int first, int end) {
+// Rows first..end-1 of both maps from the luma plane, with the chroma marks
+// that they take when withChroma is set, and the hits of the rows up to
+// end-2 counted unless every frame is repaired. Row 0 of the chroma marks
+// marks nothing and is kept at zero, standing for the rows a map row does
+// not take.
+void CSmartFieldDeinterlacer::MapRows(int first, int end, bool withChroma) {
   const Plane luma = PlaneOf(*currentFrame, PLANE_Y);
   const Plane comb = PlaneOf(*combMapFrame, PLANE_Y);
   const Plane motion = PlaneOf(*motionMapFrame, PLANE_Y);
+  const Plane combMarks = PlaneOf(*combMapFrame, PLANE_U);
+  const Plane motionMarks = PlaneOf(*motionMapFrame, PLANE_U);
   if (luma.width < 1) return;
   const size_t width = static_cast<size_t>(luma.width);
   const int last = luma.height - 1;
+  const ChromaScale scale = ScaleOf(currentFrame->chroma);
+  for (int y : {0, last}) {
+    // The first and last rows have only one neighbour: always moving, never combed.
+    if (y < first || y >= end) continue;
+    if (!deinterlaceAll) std::memset(comb.Row(y), 0, width);
+    std::memset(motion.Row(y), kMarked, width);
+  }
+  std::memset(combMarks.Row(0), 0, static_cast<size_t>(combMarks.pitch));
+  std::memset(motionMarks.Row(0), 0, static_cast<size_t>(motionMarks.pitch));
+  // The V plane of the comb map frame, a stride or more, holds the hit row.
+  uint8_t* hitRow = combMapFrame->v;
+  if (first == 0) std::memset(hitRow, 0, static_cast<size_t>(luma.pitch));
+  smart_field_rows::MapBand band = {luma.pixels,
+                                    comb.pixels,
+                                    motion.pixels,
+                                    luma.pitch,
+                                    0,
+                                    0,
+                                    luma.height,
+                                    static_cast<int>(luma.pitch),
+                                    luma.width,
+                                    nullptr,
+                                    scale.columns,
+                                    !deinterlaceAll && useChroma,
+                                    deinterlaceAll ? nullptr : blockCounters,
+                                    luma.width >> kBlockColumnsShift,
+                                    hitRow};
   const CombTest combTest = smart_field_rows::MakeCombTest(combThreshold);
   const CombTest motionTest = smart_field_rows::MakeCombTest(motionThreshold);
-  for (int y = first; y < end; ++y) {
-    if (y == 0 || y == last) {
-      // The first and last rows have only one neighbour: always moving, never combed.
-      if (!deinterlaceAll) std::memset(comb.Row(y), 0, width);
-      std::memset(motion.Row(y), kMarked, width);
-    } else if (deinterlaceAll) {
-      std::memset(comb.Row(y), 0, width);
-      smart_field_rows::MarkMotion(luma.Around(y), luma.width, motionTest, motion.Row(y));
-    } else {
-      smart_field_rows::MarkCombAndMotion(luma.Around(y), luma.width, combTest, motionTest, comb.Row(y),
-                                          motion.Row(y));
+  ChromaMarkRows chroma[kBandRows];
+  for (int start = std::max(first, 1); start < std::min(end, last); start += kBandRows) {
+    band.first = start;
+    band.end = std::min({start + kBandRows, end, last});
+    for (int y = band.first; y < band.end; ++y) {
+      int rows[2] = {0, 0};
+      if (withChroma) ChromaRowsMarking(scale, motionMarks.height, y, rows);
+      chroma[y - start] = {{motionMarks.Row(rows[0]), motionMarks.Row(rows[1])},
+                           {combMarks.Row(rows[0]), combMarks.Row(rows[1])}};
     }
+    band.chroma = chroma;
+    smart_field_rows::MapBandRows(band, combTest, motionTest);
   }
 }
 
-// The marks of chroma rows first..end-1 of the planes, ORed together, into
-// the U planes of the map frames, row for chroma row; the V planes hold a
-// second plane's marks until they are ORed in. The first and last chroma
-// rows mark nothing.
-void CSmartFieldDeinterlacer::MarkChromaRows(std::initializer_list<int> planes, int first, int end) {
-  const Plane combMarks[2] = {PlaneOf(*combMapFrame, PLANE_U), PlaneOf(*combMapFrame, PLANE_V)};
-  const Plane motionMarks[2] = {PlaneOf(*motionMapFrame, PLANE_U), PlaneOf(*motionMapFrame, PLANE_V)};
+// The marks of chroma rows first..end-1 of two planes, or of one plane
+// given twice, ORed together into the U planes of the map frames, row for
+// chroma row. The first and last chroma rows mark nothing; the bytes behind
+// the plane's width are cleared, so that the padding columns of the maps
+// take no marks.
+void CSmartFieldDeinterlacer::MarkChromaRows(int plane, int otherPlane, int first, int end) {
+  const Plane combMarks = PlaneOf(*combMapFrame, PLANE_U);
+  const Plane motionMarks = PlaneOf(*motionMapFrame, PLANE_U);
   const bool marksComb = !deinterlaceAll && useChroma;
   const CombTest combTest = smart_field_rows::MakeCombTest(combThreshold);
   const CombTest motionTest = smart_field_rows::MakeCombTest(motionThreshold);
-  const int width = motionMarks[0].width;
-  for (int y = std::max(first, 1); y < std::min(end, motionMarks[0].height - 1); ++y) {
-    int slot = 0;
-    for (int plane : planes) {
-      const RowTriple rows = PlaneOf(*currentFrame, plane).Around(y);
-      uint8_t* comb = combMarks[slot].Row(y);
-      uint8_t* motion = motionMarks[slot].Row(y);
-      if (marksComb) {
-        smart_field_rows::MarkCombAndMotion(rows, width, combTest, motionTest, comb, motion);
-      } else {
-        smart_field_rows::MarkMotion(rows, width, motionTest, motion);
-      }
-      if (slot == 1) {
-        smart_field_rows::OrMarksInto(motionMarks[0].Row(y), motion, nullptr, width, 1);
-        if (marksComb) smart_field_rows::OrMarksInto(combMarks[0].Row(y), comb, nullptr, width, 1);
-      }
-      slot = 1;
-    }
+  const int width = motionMarks.width;
+  const int bytes = static_cast<int>(motionMarks.pitch);
+  for (int y = std::max(first, 1); y < std::min(end, motionMarks.height - 1); ++y) {
+    uint8_t* comb = marksComb ? combMarks.Row(y) : nullptr;
+    smart_field_rows::MarkChromaPair(PlaneOf(*currentFrame, plane).Around(y),
+                                     PlaneOf(*currentFrame, otherPlane).Around(y), bytes, combTest, motionTest, comb,
+                                     motionMarks.Row(y));
+    std::memset(motionMarks.Row(y) + width, 0, static_cast<size_t>(bytes - width));
+    if (comb != nullptr) std::memset(comb + width, 0, static_cast<size_t>(bytes - width));
   }
 }
 
@@ -472,6 +498,15 @@ bool CSmartFieldDeinterlacer::CountHits(int first, int end) {
     y = blockEnd;
   }
   return combed;
+}
+
+// Whether a block of the block rows that hit rows first..last reach holds
+// more than 15 hits; a block row's partial last column counts with the next.
+bool CSmartFieldDeinterlacer::AnyBlockCombedInRows(int first, int last) const {
+  if (last < std::max(first, 1)) return false;
+  const int pitch = combMapFrame->width >> kBlockColumnsShift;
+  return AnyBlockCombed((std::max(first, 1) >> kBlockRowsShift) * pitch,
+                        std::min(blockCount, ((last >> kBlockRowsShift) + 1) * pitch + 1));
 }
 
 // Counts rather than stops at the first combed block, so that the loop vectorises.

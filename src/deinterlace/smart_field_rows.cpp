@@ -3,6 +3,7 @@
 #include <emmintrin.h>
 
 #include <algorithm>
+#include <type_traits>
 
 #include "primitives/simd_rows.h"
 
@@ -18,10 +19,6 @@ constexpr RowShape kEveryOther = {2, 1};  // a map row read at every other colum
 struct Neighbourhood {
   __m128i above, pixel, below;
 };
-
-Neighbourhood LoadNeighbourhood(const uint8_t* above, const uint8_t* row, const uint8_t* below, int x) {
-  return {Load(above + x), Load(row + x), Load(below + x)};
-}
 
 // Comb magnitudes of 16 pixels as two halves of eight 16-bit lanes, biased
 // by 0x8000 so that the signed compare of SSE2 orders them as unsigned.
@@ -67,40 +64,135 @@ __m128i Passes(const Magnitudes& m, __m128i bound) {
   return exceeds;
 }
 
-// When both tests weigh the same side, the compiler computes the magnitudes once.
-template <bool kCombInside, bool kMotionInside>
-void MarkBoth(const RowTriple& rows, int width, const CombTest& comb, const CombTest& motion, uint8_t* combMarks,
-              uint8_t* motionMarks) {
-  const __m128i combBound = BoundOf(comb);
-  const __m128i motionBound = BoundOf(motion);
-  RunRow<kBlock>(
-      [combBound, motionBound](const uint8_t* const* in, uint8_t* const* out, int n) {
-        const __m128i c = combBound, m = motionBound;
-        const uint8_t *above = in[0], *row = in[1], *below = in[2];
-        uint8_t *combOut = out[0], *motionOut = out[1];
-        for (int x = 0; x < n; x += kBlock) {
-          const Neighbourhood pixels = LoadNeighbourhood(above, row, below, x);
-          Store(combOut + x, Passes<kCombInside>(MagnitudesOf<kCombInside>(pixels), c));
-          Store(motionOut + x, Passes<kMotionInside>(MagnitudesOf<kMotionInside>(pixels), m));
-        }
-      },
-      {{rows.above, kPlane}, {rows.row, kPlane}, {rows.below, kPlane}}, {{combMarks, kPlane}, {motionMarks, kPlane}},
-      width);
+__m128i LoadLow(const uint8_t* p) { return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)); }
+void StoreLow(uint8_t* p, __m128i v) { _mm_storel_epi64(reinterpret_cast<__m128i*>(p), v); }
+
+// The chroma marks of 16 map columns at column x, of both rows.
+template <int kColumns>
+__m128i ChromaMarksAt(const uint8_t* const rows[2], int x) {
+  if constexpr (kColumns == 1) return _mm_or_si128(Load(rows[0] + x), Load(rows[1] + x));
+  const __m128i marks = _mm_or_si128(LoadLow(rows[0] + x / 2), LoadLow(rows[1] + x / 2));
+  return _mm_unpacklo_epi8(marks, marks);
 }
 
-template <bool kInside>
-void MarkOne(const RowTriple& rows, int width, const CombTest& motion, uint8_t* motionMarks) {
+// 0xff in the bytes of the columns before `width`, for the strip at x.
+__m128i ColumnsBefore(int width, int x) {
+  alignas(16) static constexpr uint8_t kOnesThenZeros[2 * kBlock] = {0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff,
+                                                                     0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff};
+  return Load(kOnesThenZeros + kBlock - std::min(width - x, kBlock));
+}
+
+// Adds the hits of one strip, bytes of 0 to 8, to the counters of its four
+// blocks that hold picture columns.
+void AddStripHits(__m128i hits, int32_t* counters, int blocks) {
+  __m128i sums = _mm_add_epi8(hits, _mm_srli_epi32(hits, 16));
+  sums = _mm_and_si128(_mm_add_epi8(sums, _mm_srli_epi32(sums, 8)), _mm_set1_epi32(0xff));
+  auto* lanes = reinterpret_cast<__m128i*>(counters);
+  if (blocks == 4) {
+    _mm_storeu_si128(lanes, _mm_add_epi32(_mm_loadu_si128(lanes), sums));
+    return;
+  }
+  alignas(16) int32_t laneSums[4];
+  _mm_store_si128(reinterpret_cast<__m128i*>(laneSums), sums);
+  for (int i = 0; i < blocks; ++i) counters[i] += laneSums[i];
+}
+
+// One map row. Its hits, of the row above it, gather in the bytes of the
+// hit row, which a block row's last row empties into the counters.
+template <bool kCount, bool kCombInside, bool kMotionInside, int kColumns, bool kChromaCombs>
+void MapRow(const MapBand& band, int y, __m128i combBound, __m128i motionBound) {
+  const ptrdiff_t pitch = band.pitch;
+  const uint8_t* above = band.luma + (y - 1) * pitch;
+  const uint8_t* pixels = band.luma + y * pitch;
+  const uint8_t* below = band.luma + (y + 1) * pitch;
+  uint8_t* motion = band.motion + y * pitch;
+  uint8_t* comb = band.comb + y * pitch;
+  const ChromaMarkRows chroma = band.chroma[y - band.first];
+  // Comb row 0 is clear, so row 1 counts no hits for the row above it.
+  const uint8_t* combUp = band.comb + (y - 1) * pitch;
+  const uint8_t* combTwoUp = band.comb + std::max(y - 2, 0) * pitch;
+  uint8_t* hits = band.hits;
+  const int paddedWidth = band.paddedWidth;
+  for (int x = 0; x < paddedWidth; x += kBlock) {
+    const Neighbourhood n = {Load(above + x), Load(pixels + x), Load(below + x)};
+    const __m128i moving = Passes<kMotionInside>(MagnitudesOf<kMotionInside>(n), motionBound);
+    Store(motion + x, _mm_or_si128(moving, ChromaMarksAt<kColumns>(chroma.motion, x)));
+    if constexpr (kCount) {
+      __m128i combed = Passes<kCombInside>(MagnitudesOf<kCombInside>(n), combBound);
+      if constexpr (kChromaCombs) combed = _mm_or_si128(combed, ChromaMarksAt<kColumns>(chroma.comb, x));
+      Store(comb + x, combed);
+      // Marks are 0 or -1: subtracting the AND of three rows counts the hits of the middle one.
+      const __m128i hit = _mm_and_si128(_mm_and_si128(Load(combTwoUp + x), Load(combUp + x)), combed);
+      Store(hits + x, _mm_sub_epi8(Load(hits + x), hit));
+    } else {
+      Store(comb + x, _mm_setzero_si128());
+    }
+  }
+}
+
+// Adds the hit row to the counters of block row `blockRow` and clears it.
+void EmptyHitRow(const MapBand& band, int blockRow) {
+  int32_t* counters = band.counters + blockRow * band.counterPitch;
+  for (int x = 0; x < band.width; x += kBlock) {
+    const int blocks = std::min(4, ((band.width - 1) >> 2) - x / 4 + 1);
+    AddStripHits(_mm_and_si128(Load(band.hits + x), ColumnsBefore(band.width, x)), counters + x / 4, blocks);
+    Store(band.hits + x, _mm_setzero_si128());
+  }
+}
+
+template <bool kCount, bool kCombInside, bool kMotionInside, int kColumns, bool kChromaCombs>
+void MapRows(const MapBand& band, const CombTest& comb, const CombTest& motion) {
+  const __m128i combBound = BoundOf(comb);
   const __m128i motionBound = BoundOf(motion);
-  RunRow<kBlock>(
-      [motionBound](const uint8_t* const* in, uint8_t* const* out, int n) {
-        const __m128i m = motionBound;
-        const uint8_t *above = in[0], *row = in[1], *below = in[2];
-        uint8_t* motionOut = out[0];
-        for (int x = 0; x < n; x += kBlock) {
-          Store(motionOut + x, Passes<kInside>(MagnitudesOf<kInside>(LoadNeighbourhood(above, row, below, x)), m));
-        }
-      },
-      {{rows.above, kPlane}, {rows.row, kPlane}, {rows.below, kPlane}}, {{motionMarks, kPlane}}, width);
+  for (int y = band.first; y < band.end; ++y) {
+    MapRow<kCount, kCombInside, kMotionInside, kColumns, kChromaCombs>(band, y, combBound, motionBound);
+    const int hitRow = y - 1;
+    if (kCount && ((hitRow & 7) == 7 || y == band.height - 2)) EmptyHitRow(band, hitRow >> 3);
+  }
+}
+
+// Calls f with std::true_type or std::false_type, so that a run-time flag
+// picks a template argument.
+template <typename F>
+void WithFlag(bool flag, F f) {
+  if (flag) {
+    f(std::true_type{});
+  } else {
+    f(std::false_type{});
+  }
+}
+
+// The marks of 16 chroma samples of both planes, loaded by `load`, ORed.
+template <bool kCombs, bool kCombInside, bool kMotionInside, typename LoadFn>
+void MarkChromaStep(const RowTriple& a, const RowTriple& b, int x, __m128i combBound, __m128i motionBound, LoadFn load,
+                    __m128i& combMarks, __m128i& motionMarks) {
+  const Neighbourhood first = {load(a.above + x), load(a.row + x), load(a.below + x)};
+  const Neighbourhood second = {load(b.above + x), load(b.row + x), load(b.below + x)};
+  motionMarks = _mm_or_si128(Passes<kMotionInside>(MagnitudesOf<kMotionInside>(first), motionBound),
+                             Passes<kMotionInside>(MagnitudesOf<kMotionInside>(second), motionBound));
+  if constexpr (kCombs) {
+    combMarks = _mm_or_si128(Passes<kCombInside>(MagnitudesOf<kCombInside>(first), combBound),
+                             Passes<kCombInside>(MagnitudesOf<kCombInside>(second), combBound));
+  }
+}
+
+template <bool kCombs, bool kCombInside, bool kMotionInside>
+void MarkChromaPairRow(const RowTriple& a, const RowTriple& b, int bytes, const CombTest& comb, const CombTest& motion,
+                       uint8_t* combMarks, uint8_t* motionMarks) {
+  const __m128i combBound = BoundOf(comb);
+  const __m128i motionBound = BoundOf(motion);
+  __m128i combed = _mm_setzero_si128(), moving = _mm_setzero_si128();
+  int x = 0;
+  for (; x + kBlock <= bytes; x += kBlock) {
+    MarkChromaStep<kCombs, kCombInside, kMotionInside>(a, b, x, combBound, motionBound, Load, combed, moving);
+    Store(motionMarks + x, moving);
+    if constexpr (kCombs) Store(combMarks + x, combed);
+  }
+  if (x == bytes) return;
+  // The other half of the last step lies beyond the row, and its lanes are dropped.
+  MarkChromaStep<kCombs, kCombInside, kMotionInside>(a, b, x, combBound, motionBound, LoadLow, combed, moving);
+  StoreLow(motionMarks + x, moving);
+  if constexpr (kCombs) StoreLow(combMarks + x, combed);
 }
 
 // The even bytes of two vectors, in order.
@@ -168,7 +260,7 @@ void BlendMarkedRow(const uint8_t* sourceAbove, uint8_t* row, const uint8_t* sou
 // three rows counts the hits; a byte counts at most 8 rows, a lane 32 hits.
 // The AND of each row with the row above is kept for the next row.
 template <int kStrips>
-void AddStripHits(const uint8_t* column, ptrdiff_t pitch, int first, int last, int32_t* counters) {
+void AddColumnHits(const uint8_t* column, ptrdiff_t pitch, int first, int last, int32_t* counters) {
   __m128i row[kStrips], withAbove[kStrips], hits[kStrips];
   for (int s = 0; s < kStrips; ++s) {
     row[s] = Load(column + first * pitch + s * kBlock);
@@ -233,20 +325,48 @@ CombTest MakeCombTest(uint32_t threshold) {
   return {signedThreshold < 0, static_cast<uint16_t>(std::min<int64_t>(bound, 0xffff))};
 }
 
-void MarkCombAndMotion(const RowTriple& rows, int width, const CombTest& comb, const CombTest& motion,
-                       uint8_t* combMarks, uint8_t* motionMarks) {
-  using Kernel = void (*)(const RowTriple&, int, const CombTest&, const CombTest&, uint8_t*, uint8_t*);
-  static constexpr Kernel kKernels[2][2] = {{MarkBoth<false, false>, MarkBoth<false, true>},
-                                            {MarkBoth<true, false>, MarkBoth<true, true>}};
-  kKernels[comb.inside][motion.inside](rows, width, comb, motion, combMarks, motionMarks);
+void MapBandRows(const MapBand& band, const CombTest& comb, const CombTest& motion) {
+  if (band.first >= band.end) return;
+  const bool twoColumns = band.chromaColumns == 2;
+  if (band.counters == nullptr) {
+    WithFlag(motion.inside, [&](auto motionInside) {
+      WithFlag(twoColumns, [&](auto two) {
+        constexpr bool kMotionInside = decltype(motionInside)::value;
+        MapRows<false, false, kMotionInside, decltype(two)::value ? 2 : 1, false>(band, comb, motion);
+      });
+    });
+    return;
+  }
+  WithFlag(comb.inside, [&](auto combInside) {
+    WithFlag(motion.inside, [&](auto motionInside) {
+      WithFlag(twoColumns, [&](auto two) {
+        WithFlag(band.chromaCombs, [&](auto chromaCombs) {
+          constexpr bool kCombInside = decltype(combInside)::value;
+          constexpr bool kMotionInside = decltype(motionInside)::value;
+          constexpr int kColumns = decltype(two)::value ? 2 : 1;
+          MapRows<true, kCombInside, kMotionInside, kColumns, decltype(chromaCombs)::value>(band, comb, motion);
+        });
+      });
+    });
+  });
 }
 
-void MarkMotion(const RowTriple& rows, int width, const CombTest& motion, uint8_t* motionMarks) {
-  if (motion.inside) {
-    MarkOne<true>(rows, width, motion, motionMarks);
-  } else {
-    MarkOne<false>(rows, width, motion, motionMarks);
+void MarkChromaPair(const RowTriple& first, const RowTriple& second, int bytes, const CombTest& comb,
+                    const CombTest& motion, uint8_t* combMarks, uint8_t* motionMarks) {
+  if (combMarks == nullptr) {
+    WithFlag(motion.inside, [&](auto motionInside) {
+      constexpr bool kMotionInside = decltype(motionInside)::value;
+      MarkChromaPairRow<false, false, kMotionInside>(first, second, bytes, comb, motion, combMarks, motionMarks);
+    });
+    return;
   }
+  WithFlag(comb.inside, [&](auto combInside) {
+    WithFlag(motion.inside, [&](auto motionInside) {
+      constexpr bool kCombInside = decltype(combInside)::value;
+      constexpr bool kMotionInside = decltype(motionInside)::value;
+      MarkChromaPairRow<true, kCombInside, kMotionInside>(first, second, bytes, comb, motion, combMarks, motionMarks);
+    });
+  });
 }
 
 void OrMarksInto(uint8_t* mapRow, const uint8_t* marks, const uint8_t* moreMarks, int count, int columns) {
@@ -260,9 +380,9 @@ void AddBlockHits(const uint8_t* map, ptrdiff_t pitch, int first, int last, int 
   constexpr int kStrips = 2;  // side by side, so that the loop over the rows is shared
   int x = 0;
   for (; x + kStrips * kBlock <= width; x += kStrips * kBlock) {
-    AddStripHits<kStrips>(map + x, pitch, first, last, counters + x / 4);
+    AddColumnHits<kStrips>(map + x, pitch, first, last, counters + x / 4);
   }
-  for (; x + kBlock <= width; x += kBlock) AddStripHits<1>(map + x, pitch, first, last, counters + x / 4);
+  for (; x + kBlock <= width; x += kBlock) AddColumnHits<1>(map + x, pitch, first, last, counters + x / 4);
   for (int y = first; y <= last; ++y) {
     const uint8_t* above = map + (y - 1) * pitch;
     const uint8_t* row = map + y * pitch;
