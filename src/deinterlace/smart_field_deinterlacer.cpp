@@ -352,9 +352,7 @@ void CSmartFieldDeinterlacer::MapAndRepairInBands() {
     const int chromaEnd = halfHeight ? ((bandEnd - 1) >> 1) + 2 : bandEnd;
     MarkChromaRows(PLANE_U, PLANE_V, chromaMarked, chromaEnd);
     chromaMarked = chromaEnd;
-    MapRows(bandStart, bandEnd, true);
-    // The counters now hold the hits of the block rows that the band completed.
-    if (!deinterlaceAll) combed |= AnyBlockCombedInRows(bandStart - 1, bandEnd - 2);
+    combed |= MapRows(bandStart, bandEnd, true);
     if (!repairing && !showMotionMap && (combed || deinterlaceAll)) {
       repairing = true;
       if (blend) PrepareBlendSource();
@@ -378,16 +376,17 @@ void CSmartFieldDeinterlacer::MapAndRepairInBands() {
 
 // Rows first..end-1 of both maps from the luma plane, with the chroma marks
 // that they take when withChroma is set, and the hits of the rows up to
-// end-2 counted unless every frame is repaired. Row 0 of the chroma marks
-// marks nothing and is kept at zero, standing for the rows a map row does
-// not take.
-void CSmartFieldDeinterlacer::MapRows(int first, int end, bool withChroma) {
+// end-2 counted unless every frame is repaired; returns whether a block that
+// took hits now holds more than 15, which makes the frame combed whatever
+// follows, since counters only grow. Row 0 of the chroma marks marks
+// nothing and is kept at zero, standing for the rows a map row does not take.
+bool CSmartFieldDeinterlacer::MapRows(int first, int end, bool withChroma) {
   const Plane luma = PlaneOf(*currentFrame, PLANE_Y);
   const Plane comb = PlaneOf(*combMapFrame, PLANE_Y);
   const Plane motion = PlaneOf(*motionMapFrame, PLANE_Y);
   const Plane combMarks = PlaneOf(*combMapFrame, PLANE_U);
   const Plane motionMarks = PlaneOf(*motionMapFrame, PLANE_U);
-  if (luma.width < 1) return;
+  if (luma.width < 1) return false;
   const size_t width = static_cast<size_t>(luma.width);
   const int last = luma.height - 1;
   const ChromaScale scale = ScaleOf(currentFrame->chroma);
@@ -416,10 +415,12 @@ void CSmartFieldDeinterlacer::MapRows(int first, int end, bool withChroma) {
                                     !deinterlaceAll && useChroma,
                                     deinterlaceAll ? nullptr : blockCounters,
                                     luma.width >> kBlockColumnsShift,
+                                    kCombedBlockHits,
                                     hitRow};
   const CombTest combTest = smart_field_rows::MakeCombTest(combThreshold);
   const CombTest motionTest = smart_field_rows::MakeCombTest(motionThreshold);
   ChromaMarkRows chroma[kBandRows];
+  bool exceeds = false;
   for (int start = std::max(first, 1); start < std::min(end, last); start += kBandRows) {
     band.first = start;
     band.end = std::min({start + kBandRows, end, last});
@@ -430,8 +431,9 @@ void CSmartFieldDeinterlacer::MapRows(int first, int end, bool withChroma) {
                            {combMarks.Row(rows[0]), combMarks.Row(rows[1])}};
     }
     band.chroma = chroma;
-    smart_field_rows::MapBandRows(band, combTest, motionTest);
+    exceeds |= smart_field_rows::MapBandRows(band, combTest, motionTest);
   }
+  return exceeds;
 }
 
 // The marks of chroma rows first..end-1 of two planes, or of one plane
@@ -498,15 +500,6 @@ bool CSmartFieldDeinterlacer::CountHits(int first, int end) {
     y = blockEnd;
   }
   return combed;
-}
-
-// Whether a block of the block rows that hit rows first..last reach holds
-// more than 15 hits; a block row's partial last column counts with the next.
-bool CSmartFieldDeinterlacer::AnyBlockCombedInRows(int first, int last) const {
-  if (last < std::max(first, 1)) return false;
-  const int pitch = combMapFrame->width >> kBlockColumnsShift;
-  return AnyBlockCombed((std::max(first, 1) >> kBlockRowsShift) * pitch,
-                        std::min(blockCount, ((last >> kBlockRowsShift) + 1) * pitch + 1));
 }
 
 // Counts rather than stops at the first combed block, so that the loop vectorises.

@@ -103,11 +103,10 @@ class CSmartFieldDeinterlacer : public CDeinterlacer {
   // ranges of rows, so that MapAndRepairInBands can run them band by band
   // while the rows are cached.
   void MapAndRepairInBands();
-  void MapRows(int first, int end, bool withChroma);
+  bool MapRows(int first, int end, bool withChroma);
   void MarkChromaRows(int plane, int otherPlane, int first, int end);
   void AddChromaMarks(int first, int end);
   bool CountHits(int first, int end);
-  bool AnyBlockCombedInRows(int first, int last) const;
   bool AnyBlockCombed(int first, int end) const;
   void RepairPlaneRows(int plane, int first, int end);
   void PaintMotionMap();

@@ -82,19 +82,11 @@ __m128i ColumnsBefore(int width, int x) {
   return Load(kOnesThenZeros + kBlock - std::min(width - x, kBlock));
 }
 
-// Adds the hits of one strip, bytes of 0 to 8, to the counters of its four
-// blocks that hold picture columns.
-void AddStripHits(__m128i hits, int32_t* counters, int blocks) {
-  __m128i sums = _mm_add_epi8(hits, _mm_srli_epi32(hits, 16));
-  sums = _mm_and_si128(_mm_add_epi8(sums, _mm_srli_epi32(sums, 8)), _mm_set1_epi32(0xff));
-  auto* lanes = reinterpret_cast<__m128i*>(counters);
-  if (blocks == 4) {
-    _mm_storeu_si128(lanes, _mm_add_epi32(_mm_loadu_si128(lanes), sums));
-    return;
-  }
-  alignas(16) int32_t laneSums[4];
-  _mm_store_si128(reinterpret_cast<__m128i*>(laneSums), sums);
-  for (int i = 0; i < blocks; ++i) counters[i] += laneSums[i];
+// The hits of one strip, bytes of 0 to 8, summed over its four blocks of
+// four columns, one block a 32-bit lane.
+__m128i BlockSums(__m128i hits) {
+  const __m128i sums = _mm_add_epi8(hits, _mm_srli_epi32(hits, 16));
+  return _mm_and_si128(_mm_add_epi8(sums, _mm_srli_epi32(sums, 8)), _mm_set1_epi32(0xff));
 }
 
 // One map row. Its hits, of the row above it, gather in the bytes of the
@@ -130,25 +122,49 @@ void MapRow(const MapBand& band, int y, __m128i combBound, __m128i motionBound) 
   }
 }
 
-// Adds the hit row to the counters of block row `blockRow` and clears it.
-void EmptyHitRow(const MapBand& band, int blockRow) {
+// Adds the hit row to the counters of block row `blockRow` and clears it;
+// returns whether a counter that it added to now exceeds the limit. The
+// blocks of the last strip that lie wholly behind the width have no
+// counters of their own.
+bool EmptyHitRow(const MapBand& band, int blockRow) {
   int32_t* counters = band.counters + blockRow * band.counterPitch;
-  for (int x = 0; x < band.width; x += kBlock) {
-    const int blocks = std::min(4, ((band.width - 1) >> 2) - x / 4 + 1);
-    AddStripHits(_mm_and_si128(Load(band.hits + x), ColumnsBefore(band.width, x)), counters + x / 4, blocks);
-    Store(band.hits + x, _mm_setzero_si128());
+  uint8_t* hits = band.hits;
+  const int width = band.width;
+  const __m128i limit = _mm_set1_epi32(band.blockLimit);
+  __m128i over = _mm_setzero_si128();
+  int x = 0;
+  for (; x + kBlock <= width; x += kBlock) {
+    auto* lanes = reinterpret_cast<__m128i*>(counters + x / 4);
+    const __m128i counts = _mm_add_epi32(_mm_loadu_si128(lanes), BlockSums(Load(hits + x)));
+    _mm_storeu_si128(lanes, counts);
+    over = _mm_or_si128(over, _mm_cmpgt_epi32(counts, limit));
+    Store(hits + x, _mm_setzero_si128());
   }
+  bool exceeds = _mm_movemask_epi8(over) != 0;
+  if (x < width) {
+    alignas(16) int32_t sums[4];
+    const __m128i picture = _mm_and_si128(Load(hits + x), ColumnsBefore(width, x));
+    _mm_store_si128(reinterpret_cast<__m128i*>(sums), BlockSums(picture));
+    for (int block = 0; block <= ((width - 1) >> 2) - x / 4; ++block) {
+      counters[x / 4 + block] += sums[block];
+      exceeds |= counters[x / 4 + block] > band.blockLimit;
+    }
+    Store(hits + x, _mm_setzero_si128());
+  }
+  return exceeds;
 }
 
 template <bool kCount, bool kCombInside, bool kMotionInside, int kColumns, bool kChromaCombs>
-void MapRows(const MapBand& band, const CombTest& comb, const CombTest& motion) {
+bool MapRows(const MapBand& band, const CombTest& comb, const CombTest& motion) {
   const __m128i combBound = BoundOf(comb);
   const __m128i motionBound = BoundOf(motion);
+  bool exceeds = false;
   for (int y = band.first; y < band.end; ++y) {
     MapRow<kCount, kCombInside, kMotionInside, kColumns, kChromaCombs>(band, y, combBound, motionBound);
     const int hitRow = y - 1;
-    if (kCount && ((hitRow & 7) == 7 || y == band.height - 2)) EmptyHitRow(band, hitRow >> 3);
+    if (kCount && ((hitRow & 7) == 7 || y == band.height - 2)) exceeds |= EmptyHitRow(band, hitRow >> 3);
   }
+  return exceeds;
 }
 
 // Calls f with std::true_type or std::false_type, so that a run-time flag
@@ -325,8 +341,8 @@ CombTest MakeCombTest(uint32_t threshold) {
   return {signedThreshold < 0, static_cast<uint16_t>(std::min<int64_t>(bound, 0xffff))};
 }
 
-void MapBandRows(const MapBand& band, const CombTest& comb, const CombTest& motion) {
-  if (band.first >= band.end) return;
+bool MapBandRows(const MapBand& band, const CombTest& comb, const CombTest& motion) {
+  if (band.first >= band.end) return false;
   const bool twoColumns = band.chromaColumns == 2;
   if (band.counters == nullptr) {
     WithFlag(motion.inside, [&](auto motionInside) {
@@ -335,8 +351,9 @@ void MapBandRows(const MapBand& band, const CombTest& comb, const CombTest& moti
         MapRows<false, false, kMotionInside, decltype(two)::value ? 2 : 1, false>(band, comb, motion);
       });
     });
-    return;
+    return false;
   }
+  bool exceeds = false;
   WithFlag(comb.inside, [&](auto combInside) {
     WithFlag(motion.inside, [&](auto motionInside) {
       WithFlag(twoColumns, [&](auto two) {
@@ -344,11 +361,13 @@ void MapBandRows(const MapBand& band, const CombTest& comb, const CombTest& moti
           constexpr bool kCombInside = decltype(combInside)::value;
           constexpr bool kMotionInside = decltype(motionInside)::value;
           constexpr int kColumns = decltype(two)::value ? 2 : 1;
-          MapRows<true, kCombInside, kMotionInside, kColumns, decltype(chromaCombs)::value>(band, comb, motion);
+          constexpr bool kChromaCombs = decltype(chromaCombs)::value;
+          exceeds = MapRows<true, kCombInside, kMotionInside, kColumns, kChromaCombs>(band, comb, motion);
         });
       });
     });
   });
+  return exceeds;
 }
 
 void MarkChromaPair(const RowTriple& first, const RowTriple& second, int bytes, const CombTest& comb,

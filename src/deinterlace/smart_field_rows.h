@@ -44,7 +44,8 @@ struct ChromaMarkRows {
 // of the luma pixels ORed with the chroma marks each row takes. With
 // counters, the comb map is built and the hits of rows up to end-2 are
 // counted: those of column x < width and row y go to
-// counters[(y / 8) * counterPitch + x / 4]. They gather in the hit row, a
+// counters[(y / 8) * counterPitch + x / 4], and the result tells whether a
+// counter that took hits now exceeds blockLimit. They gather in the hit row, a
 // scratch row of paddedWidth bytes that must be clear before row 1, and
 // reach the counters at the last row of each block of 8 rows and at row
 // height - 3. The hits of row first-1 read comb map rows first-2 and
@@ -64,10 +65,11 @@ struct MapBand {
   bool chromaCombs;              // the chroma comb marks join the comb map
   int32_t* counters;
   int counterPitch;
+  int32_t blockLimit;
   uint8_t* hits;
 };
 
-void MapBandRows(const MapBand& band, const CombTest& comb, const CombTest& motion);
+bool MapBandRows(const MapBand& band, const CombTest& comb, const CombTest& motion);
 
 // The marks of a chroma row of two planes ORed together, over `bytes`
 // bytes (a multiple of 8): motion marks always, comb marks when combMarks is
