@@ -67,11 +67,11 @@ __m128i Passes(const Magnitudes& m, __m128i bound) {
 __m128i LoadLow(const uint8_t* p) { return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)); }
 void StoreLow(uint8_t* p, __m128i v) { _mm_storel_epi64(reinterpret_cast<__m128i*>(p), v); }
 
-// The chroma marks of 16 map columns at column x, of both rows.
+// The chroma marks of 16 map columns from mark m on, of both rows.
 template <int kColumns>
-__m128i ChromaMarksAt(const uint8_t* const rows[2], int x) {
-  if constexpr (kColumns == 1) return _mm_or_si128(Load(rows[0] + x), Load(rows[1] + x));
-  const __m128i marks = _mm_or_si128(LoadLow(rows[0] + x / 2), LoadLow(rows[1] + x / 2));
+__m128i ChromaMarksAt(const uint8_t* const rows[2], ptrdiff_t m) {
+  if constexpr (kColumns == 1) return _mm_or_si128(Load(rows[0] + m), Load(rows[1] + m));
+  const __m128i marks = _mm_or_si128(LoadLow(rows[0] + m), LoadLow(rows[1] + m));
   return _mm_unpacklo_epi8(marks, marks);
 }
 
@@ -89,35 +89,52 @@ __m128i BlockSums(__m128i hits) {
   return _mm_and_si128(_mm_add_epi8(sums, _mm_srli_epi32(sums, 8)), _mm_set1_epi32(0xff));
 }
 
-// One map row. Its hits, of the row above it, gather in the bytes of the
-// hit row, which a block row's last row empties into the counters.
-template <bool kCount, bool kCombInside, bool kMotionInside, int kColumns, bool kChromaCombs>
-void MapRow(const MapBand& band, int y, __m128i combBound, __m128i motionBound) {
+// kRows map rows from row y on, which share their loads: each luma row and
+// each comb row is read once. The hits, of the row above each, gather in the
+// bytes of the hit row, which a block row's last row empties into the
+// counters; the rows of one call add to one block row.
+template <int kRows, bool kCount, bool kCombInside, bool kMotionInside, int kColumns, bool kChromaCombs>
+void MapRowsAt(const MapBand& band, int y, __m128i combBound, __m128i motionBound) {
   const ptrdiff_t pitch = band.pitch;
-  const uint8_t* above = band.luma + (y - 1) * pitch;
-  const uint8_t* pixels = band.luma + y * pitch;
-  const uint8_t* below = band.luma + (y + 1) * pitch;
+  const uint8_t* luma = band.luma + (y - 1) * pitch;  // the row above the first
   uint8_t* motion = band.motion + y * pitch;
   uint8_t* comb = band.comb + y * pitch;
-  const ChromaMarkRows chroma = band.chroma[y - band.first];
   // Comb row 0 is clear, so row 1 counts no hits for the row above it.
   const uint8_t* combUp = band.comb + (y - 1) * pitch;
   const uint8_t* combTwoUp = band.comb + std::max(y - 2, 0) * pitch;
+  ChromaMarkRows chroma[kRows];
+  for (int r = 0; r < kRows; ++r) chroma[r] = band.chroma[y + r - band.first];
   uint8_t* hits = band.hits;
-  const int paddedWidth = band.paddedWidth;
-  for (int x = 0; x < paddedWidth; x += kBlock) {
-    const Neighbourhood n = {Load(above + x), Load(pixels + x), Load(below + x)};
-    const __m128i moving = Passes<kMotionInside>(MagnitudesOf<kMotionInside>(n), motionBound);
-    Store(motion + x, _mm_or_si128(moving, ChromaMarksAt<kColumns>(chroma.motion, x)));
+  const ptrdiff_t paddedWidth = band.paddedWidth;
+  // m is the first chroma mark of the step's columns.
+  for (ptrdiff_t x = 0, m = 0; x < paddedWidth; x += kBlock, m += kBlock / kColumns) {
+    __m128i rows[kRows + 2];
+    for (int r = 0; r < kRows + 2; ++r) rows[r] = Load(luma + r * pitch + x);
+    __m128i combRows[kRows + 2];
     if constexpr (kCount) {
-      __m128i combed = Passes<kCombInside>(MagnitudesOf<kCombInside>(n), combBound);
-      if constexpr (kChromaCombs) combed = _mm_or_si128(combed, ChromaMarksAt<kColumns>(chroma.comb, x));
-      Store(comb + x, combed);
+      combRows[0] = Load(combTwoUp + x);
+      combRows[1] = Load(combUp + x);
+    }
+    for (int r = 0; r < kRows; ++r) {
+      const Neighbourhood n = {rows[r], rows[r + 1], rows[r + 2]};
+      const __m128i moving = Passes<kMotionInside>(MagnitudesOf<kMotionInside>(n), motionBound);
+      Store(motion + r * pitch + x, _mm_or_si128(moving, ChromaMarksAt<kColumns>(chroma[r].motion, m)));
+      if constexpr (kCount) {
+        __m128i combed = Passes<kCombInside>(MagnitudesOf<kCombInside>(n), combBound);
+        if constexpr (kChromaCombs) combed = _mm_or_si128(combed, ChromaMarksAt<kColumns>(chroma[r].comb, m));
+        Store(comb + r * pitch + x, combed);
+        combRows[r + 2] = combed;
+      } else {
+        Store(comb + r * pitch + x, _mm_setzero_si128());
+      }
+    }
+    if constexpr (kCount) {
       // Marks are 0 or -1: subtracting the AND of three rows counts the hits of the middle one.
-      const __m128i hit = _mm_and_si128(_mm_and_si128(Load(combTwoUp + x), Load(combUp + x)), combed);
-      Store(hits + x, _mm_sub_epi8(Load(hits + x), hit));
-    } else {
-      Store(comb + x, _mm_setzero_si128());
+      __m128i count = Load(hits + x);
+      for (int r = 0; r < kRows; ++r) {
+        count = _mm_sub_epi8(count, _mm_and_si128(_mm_and_si128(combRows[r], combRows[r + 1]), combRows[r + 2]));
+      }
+      Store(hits + x, count);
     }
   }
 }
@@ -159,10 +176,19 @@ bool MapRows(const MapBand& band, const CombTest& comb, const CombTest& motion) 
   const __m128i combBound = BoundOf(comb);
   const __m128i motionBound = BoundOf(motion);
   bool exceeds = false;
-  for (int y = band.first; y < band.end; ++y) {
-    MapRow<kCount, kCombInside, kMotionInside, kColumns, kChromaCombs>(band, y, combBound, motionBound);
-    const int hitRow = y - 1;
-    if (kCount && ((hitRow & 7) == 7 || y == band.height - 2)) exceeds |= EmptyHitRow(band, hitRow >> 3);
+  for (int y = band.first; y < band.end;) {
+    // Two rows go together when their hits, of rows y-1 and y, fall in one block row.
+    if (y + 1 < band.end && ((y - 1) & 7) != 7) {
+      MapRowsAt<2, kCount, kCombInside, kMotionInside, kColumns, kChromaCombs>(band, y, combBound, motionBound);
+      y += 2;
+    } else {
+      MapRowsAt<1, kCount, kCombInside, kMotionInside, kColumns, kChromaCombs>(band, y, combBound, motionBound);
+      y += 1;
+    }
+    const int lastHitRow = y - 2;
+    if (kCount && ((lastHitRow & 7) == 7 || y - 1 == band.height - 2)) {
+      exceeds |= EmptyHitRow(band, lastHitRow >> 3);
+    }
   }
   return exceeds;
 }
