@@ -95,6 +95,7 @@ __m128i BlockSums(__m128i hits) {
 // counters; the rows of one call add to one block row.
 template <int kRows, bool kCount, bool kCombInside, bool kMotionInside, int kColumns, bool kChromaCombs>
 void MapRowsAt(const MapBand& band, int y, __m128i combBound, __m128i motionBound) {
+  static_assert(kRows == 1 || kRows == 2, "one row or a pair");
   const ptrdiff_t pitch = band.pitch;
   const uint8_t* luma = band.luma + (y - 1) * pitch;  // the row above the first
   uint8_t* motion = band.motion + y * pitch;
@@ -130,10 +131,10 @@ void MapRowsAt(const MapBand& band, int y, __m128i combBound, __m128i motionBoun
     }
     if constexpr (kCount) {
       // Marks are 0 or -1: subtracting the AND of three rows counts the hits of the middle one.
-      __m128i count = Load(hits + x);
-      for (int r = 0; r < kRows; ++r) {
-        count = _mm_sub_epi8(count, _mm_and_si128(_mm_and_si128(combRows[r], combRows[r + 1]), combRows[r + 2]));
-      }
+      // The hits of comb rows 1 and, in a pair, 2 share the AND of those two rows.
+      const __m128i shared = _mm_and_si128(combRows[1], combRows[2]);
+      __m128i count = _mm_sub_epi8(Load(hits + x), _mm_and_si128(combRows[0], shared));
+      if constexpr (kRows == 2) count = _mm_sub_epi8(count, _mm_and_si128(shared, combRows[3]));
       Store(hits + x, count);
     }
   }
@@ -210,11 +211,11 @@ void MarkChromaStep(const RowTriple& a, const RowTriple& b, int x, __m128i combB
                     __m128i& combMarks, __m128i& motionMarks) {
   const Neighbourhood first = {load(a.above + x), load(a.row + x), load(a.below + x)};
   const Neighbourhood second = {load(b.above + x), load(b.row + x), load(b.below + x)};
-  motionMarks = _mm_or_si128(Passes<kMotionInside>(MagnitudesOf<kMotionInside>(first), motionBound),
-                             Passes<kMotionInside>(MagnitudesOf<kMotionInside>(second), motionBound));
+  motionMarks = PassesEither<kMotionInside>(MagnitudesOf<kMotionInside>(first), MagnitudesOf<kMotionInside>(second),
+                                            motionBound);
   if constexpr (kCombs) {
-    combMarks = _mm_or_si128(Passes<kCombInside>(MagnitudesOf<kCombInside>(first), combBound),
-                             Passes<kCombInside>(MagnitudesOf<kCombInside>(second), combBound));
+    combMarks =
+        PassesEither<kCombInside>(MagnitudesOf<kCombInside>(first), MagnitudesOf<kCombInside>(second), combBound);
   }
 }
 
@@ -235,6 +236,17 @@ void MarkChromaPairRow(const RowTriple& a, const RowTriple& b, int bytes, const 
   MarkChromaStep<kCombs, kCombInside, kMotionInside>(a, b, x, combBound, motionBound, LoadLow, combed, moving);
   StoreLow(motionMarks + x, moving);
   if constexpr (kCombs) StoreLow(combMarks + x, combed);
+}
+
+// 255 where the pixel of either of two planes passes. The biased magnitudes
+// compare as signed: the larger of the two exceeds the bound when either
+// does, and the smaller stays within it when either does.
+template <bool kInside>
+__m128i PassesEither(const Magnitudes& a, const Magnitudes& b, __m128i bound) {
+  if constexpr (kInside) {
+    return Passes<true>({_mm_min_epi16(a.low, b.low), _mm_min_epi16(a.high, b.high)}, bound);
+  }
+  return Passes<false>({_mm_max_epi16(a.low, b.low), _mm_max_epi16(a.high, b.high)}, bound);
 }
 
 // The even bytes of two vectors, in order.
