@@ -309,7 +309,7 @@ void CSmartFieldDeinterlacer::PrepareBlendSource() {
 // from the map that the chroma planes have added to.
 void CSmartFieldDeinterlacer::MotionMapYV12(int plane) {
   if (plane == PLANE_Y) {
-    MapRows(0, currentFrame->height, false);
+    MapRows(0, currentFrame->height, false, false);
   } else {
     MarkChromaRows(plane, plane, 0, PlaneOf(*currentFrame, plane).height);
     AddChromaMarks(0, currentFrame->height);
@@ -323,12 +323,13 @@ bool CSmartFieldDeinterlacer::IsCombedYV12() {
 
 // Band by band, while the rows are cached: the chroma marks that the band's
 // map rows take, then each map row from the luma plane with those marks
-// added, counting the hits of the row above it. A repair reads
-// final map rows and, of the frame, only rows that it does not change (even
-// rows) or its own row, taking the neighbours from the blend source copy. So
-// once the frame is known to need it, it follows the bands: each row as soon
-// as no later mark reads it, the rows already passed in one go, and the blend
-// source is copied just ahead of it. Sets the frame's status.
+// added, counting the hits of the row above it. A repair reads final map
+// rows and, of the frame, only rows that it does not change (even rows) or
+// its own row, taking the neighbours from the blend source copy. So once the
+// frame is known to need it, it follows the bands: each row as soon as no
+// later mark reads it, the rows already passed in one go, and the blend
+// source is copied just ahead of it. Without blend, the map pass replaces
+// most odd luma rows itself. Sets the frame's status.
 void CSmartFieldDeinterlacer::MapAndRepairInBands() {
   const int height = currentFrame->height;
   const int chromaHeight = PlaneOf(*currentFrame, PLANE_U).height;
@@ -352,7 +353,15 @@ void CSmartFieldDeinterlacer::MapAndRepairInBands() {
     const int chromaEnd = halfHeight ? ((bandEnd - 1) >> 1) + 2 : bandEnd;
     MarkChromaRows(PLANE_U, PLANE_V, chromaMarked, chromaEnd);
     chromaMarked = chromaEnd;
-    combed |= MapRows(bandStart, bandEnd, true);
+    // Once the repair is under way and needs no blend source, the map pass
+    // replaces the odd rows of the band's pairs itself, while they are cached;
+    // the odd row above the band waited for the band's first map row.
+    const bool pairsRepaired = repairing && !blend;
+    combed |= MapRows(bandStart, bandEnd, true, pairsRepaired);
+    if (pairsRepaired) {
+      RepairPlaneRows(PLANE_Y, repaired.luma, bandStart);
+      repaired.luma = std::max(repaired.luma, std::min(bandEnd, height - 1) - 1);
+    }
     if (!repairing && !showMotionMap && (combed || deinterlaceAll)) {
       repairing = true;
       if (blend) PrepareBlendSource();
@@ -380,7 +389,7 @@ void CSmartFieldDeinterlacer::MapAndRepairInBands() {
 // took hits now holds more than 15, which makes the frame combed whatever
 // follows, since counters only grow. Row 0 of the chroma marks marks
 // nothing and is kept at zero, standing for the rows a map row does not take.
-bool CSmartFieldDeinterlacer::MapRows(int first, int end, bool withChroma) {
+bool CSmartFieldDeinterlacer::MapRows(int first, int end, bool withChroma, bool repairsOddRows) {
   const Plane luma = PlaneOf(*currentFrame, PLANE_Y);
   const Plane comb = PlaneOf(*combMapFrame, PLANE_Y);
   const Plane motion = PlaneOf(*motionMapFrame, PLANE_Y);
@@ -416,7 +425,8 @@ bool CSmartFieldDeinterlacer::MapRows(int first, int end, bool withChroma) {
                                     deinterlaceAll ? nullptr : blockCounters,
                                     luma.width >> kBlockColumnsShift,
                                     kCombedBlockHits,
-                                    hitRow};
+                                    hitRow,
+                                    repairsOddRows};
   const CombTest combTest = smart_field_rows::MakeCombTest(combThreshold);
   const CombTest motionTest = smart_field_rows::MakeCombTest(motionThreshold);
   ChromaMarkRows chroma[kBandRows];

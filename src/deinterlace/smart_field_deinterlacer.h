@@ -103,7 +103,7 @@ class CSmartFieldDeinterlacer : public CDeinterlacer {
   // ranges of rows, so that MapAndRepairInBands can run them band by band
   // while the rows are cached.
   void MapAndRepairInBands();
-  bool MapRows(int first, int end, bool withChroma);
+  bool MapRows(int first, int end, bool withChroma, bool repairsOddRows);
   void MarkChromaRows(int plane, int otherPlane, int first, int end);
   void AddChromaMarks(int first, int end);
   bool CountHits(int first, int end);

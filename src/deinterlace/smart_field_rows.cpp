@@ -67,6 +67,10 @@ __m128i Passes(const Magnitudes& m, __m128i bound) {
 __m128i LoadLow(const uint8_t* p) { return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)); }
 void StoreLow(uint8_t* p, __m128i v) { _mm_storel_epi64(reinterpret_cast<__m128i*>(p), v); }
 
+__m128i Select(__m128i keep, __m128i kept, __m128i replacement) {
+  return _mm_or_si128(_mm_and_si128(keep, kept), _mm_andnot_si128(keep, replacement));
+}
+
 // The chroma marks of 16 map columns from mark m on, of both rows.
 template <int kColumns>
 __m128i ChromaMarksAt(const uint8_t* const rows[2], ptrdiff_t m) {
@@ -106,7 +110,11 @@ void MapRowsAt(const MapBand& band, int y, __m128i combBound, __m128i motionBoun
   ChromaMarkRows chroma[kRows];
   for (int r = 0; r < kRows; ++r) chroma[r] = band.chroma[y + r - band.first];
   uint8_t* hits = band.hits;
+  // The first row of a pair, when odd and its repair asked for, is final once
+  // the pair's maps are built: no later map row reads it.
+  uint8_t* repaired = kRows == 2 && band.repairsOddRows && (y & 1) != 0 ? band.luma + y * pitch : nullptr;
   const ptrdiff_t paddedWidth = band.paddedWidth;
+  const int width = band.width;
   // m is the first chroma mark of the step's columns.
   for (ptrdiff_t x = 0, m = 0; x < paddedWidth; x += kBlock, m += kBlock / kColumns) {
     __m128i rows[kRows + 2];
@@ -116,10 +124,12 @@ void MapRowsAt(const MapBand& band, int y, __m128i combBound, __m128i motionBoun
       combRows[0] = Load(combTwoUp + x);
       combRows[1] = Load(combUp + x);
     }
+    __m128i moving[kRows];
     for (int r = 0; r < kRows; ++r) {
       const Neighbourhood n = {rows[r], rows[r + 1], rows[r + 2]};
-      const __m128i moving = Passes<kMotionInside>(MagnitudesOf<kMotionInside>(n), motionBound);
-      Store(motion + r * pitch + x, _mm_or_si128(moving, ChromaMarksAt<kColumns>(chroma[r].motion, m)));
+      moving[r] = _mm_or_si128(Passes<kMotionInside>(MagnitudesOf<kMotionInside>(n), motionBound),
+                               ChromaMarksAt<kColumns>(chroma[r].motion, m));
+      Store(motion + r * pitch + x, moving[r]);
       if constexpr (kCount) {
         __m128i combed = Passes<kCombInside>(MagnitudesOf<kCombInside>(n), combBound);
         if constexpr (kChromaCombs) combed = _mm_or_si128(combed, ChromaMarksAt<kColumns>(chroma[r].comb, m));
@@ -136,6 +146,12 @@ void MapRowsAt(const MapBand& band, int y, __m128i combBound, __m128i motionBoun
       __m128i count = _mm_sub_epi8(Load(hits + x), _mm_and_si128(combRows[0], shared));
       if constexpr (kRows == 2) count = _mm_sub_epi8(count, _mm_and_si128(shared, combRows[3]));
       Store(hits + x, count);
+    }
+    if (repaired != nullptr) {
+      // The marks are 0 or -1: where they are clear, and in the padding, the pixel stays.
+      __m128i replace = moving[0];
+      if (x + kBlock > width) replace = _mm_and_si128(replace, ColumnsBefore(width, static_cast<int>(x)));
+      Store(repaired + x, Select(replace, _mm_avg_epu8(rows[0], rows[2]), rows[1]));
     }
   }
 }
@@ -260,10 +276,6 @@ template <int kStep>
 __m128i UnmarkedAt(const uint8_t* map, int x) {
   const __m128i bytes = kStep == 1 ? Load(map + x) : EvenBytes(Load(map + 2 * x), Load(map + 2 * x + kBlock));
   return _mm_cmpeq_epi8(bytes, _mm_setzero_si128());
-}
-
-__m128i Select(__m128i keep, __m128i kept, __m128i replacement) {
-  return _mm_or_si128(_mm_and_si128(keep, kept), _mm_andnot_si128(keep, replacement));
 }
 
 // (a + b) >> 1 per byte: the rounded-up average less the bit it rounded.

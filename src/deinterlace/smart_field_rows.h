@@ -52,7 +52,7 @@ struct ChromaMarkRows {
 // first-1, which must be built. Without counters the comb rows are cleared
 // and nothing is counted.
 struct MapBand {
-  const uint8_t* luma;  // row 0 of each
+  uint8_t* luma;  // row 0 of each
   uint8_t* comb;
   uint8_t* motion;
   ptrdiff_t pitch;
@@ -67,6 +67,12 @@ struct MapBand {
   int counterPitch;
   int32_t blockLimit;
   uint8_t* hits;
+  // Rows are built in pairs that share their loads, a pair's hits falling in
+  // one block row. When set, the pixels of the odd first row of a pair that
+  // the motion map marks, in the columns before width, become the rounded-up
+  // average of the rows around it as soon as the pair is built, since no
+  // later map row reads that row; the other rows are left to the caller.
+  bool repairsOddRows;
 };
 
 bool MapBandRows(const MapBand& band, const CombTest& comb, const CombTest& motion);
