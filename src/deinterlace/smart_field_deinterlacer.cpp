@@ -410,23 +410,23 @@ bool CSmartFieldDeinterlacer::MapRows(int first, int end, bool withChroma, bool 
   // The V plane of the comb map frame, a stride or more, holds the hit row.
   uint8_t* hitRow = combMapFrame->v;
   if (first == 0) std::memset(hitRow, 0, static_cast<size_t>(luma.pitch));
-  smart_field_rows::MapBand band = {luma.pixels,
-                                    comb.pixels,
-                                    motion.pixels,
-                                    luma.pitch,
-                                    0,
-                                    0,
-                                    luma.height,
-                                    static_cast<int>(luma.pitch),
-                                    luma.width,
-                                    nullptr,
-                                    scale.columns,
-                                    !deinterlaceAll && useChroma,
-                                    deinterlaceAll ? nullptr : blockCounters,
-                                    luma.width >> kBlockColumnsShift,
-                                    kCombedBlockHits,
-                                    hitRow,
-                                    repairsOddRows};
+  smart_field_rows::MapBand band = {.luma = luma.pixels,
+                                    .comb = comb.pixels,
+                                    .motion = motion.pixels,
+                                    .pitch = luma.pitch,
+                                    .first = 0,
+                                    .end = 0,
+                                    .height = luma.height,
+                                    .paddedWidth = static_cast<int>(luma.pitch),
+                                    .width = luma.width,
+                                    .chroma = nullptr,
+                                    .chromaColumns = scale.columns,
+                                    .chromaCombs = !deinterlaceAll && useChroma,
+                                    .counters = deinterlaceAll ? nullptr : blockCounters,
+                                    .counterPitch = luma.width >> kBlockColumnsShift,
+                                    .blockLimit = kCombedBlockHits,
+                                    .hits = hitRow,
+                                    .repairsOddRows = repairsOddRows};
   const CombTest combTest = smart_field_rows::MakeCombTest(combThreshold);
   const CombTest motionTest = smart_field_rows::MakeCombTest(motionThreshold);
   ChromaMarkRows chroma[kBandRows];

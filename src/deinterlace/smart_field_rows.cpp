@@ -221,6 +221,17 @@ void WithFlag(bool flag, F f) {
   }
 }
 
+// 255 where the pixel of either of two planes passes. The biased magnitudes
+// compare as signed: the larger of the two exceeds the bound when either
+// does, and the smaller stays within it when either does.
+template <bool kInside>
+__m128i PassesEither(const Magnitudes& a, const Magnitudes& b, __m128i bound) {
+  if constexpr (kInside) {
+    return Passes<true>({_mm_min_epi16(a.low, b.low), _mm_min_epi16(a.high, b.high)}, bound);
+  }
+  return Passes<false>({_mm_max_epi16(a.low, b.low), _mm_max_epi16(a.high, b.high)}, bound);
+}
+
 // The marks of 16 chroma samples of both planes, loaded by `load`, ORed.
 template <bool kCombs, bool kCombInside, bool kMotionInside, typename LoadFn>
 void MarkChromaStep(const RowTriple& a, const RowTriple& b, int x, __m128i combBound, __m128i motionBound, LoadFn load,
@@ -252,17 +263,6 @@ void MarkChromaPairRow(const RowTriple& a, const RowTriple& b, int bytes, const 
   MarkChromaStep<kCombs, kCombInside, kMotionInside>(a, b, x, combBound, motionBound, LoadLow, combed, moving);
   StoreLow(motionMarks + x, moving);
   if constexpr (kCombs) StoreLow(combMarks + x, combed);
-}
-
-// 255 where the pixel of either of two planes passes. The biased magnitudes
-// compare as signed: the larger of the two exceeds the bound when either
-// does, and the smaller stays within it when either does.
-template <bool kInside>
-__m128i PassesEither(const Magnitudes& a, const Magnitudes& b, __m128i bound) {
-  if constexpr (kInside) {
-    return Passes<true>({_mm_min_epi16(a.low, b.low), _mm_min_epi16(a.high, b.high)}, bound);
-  }
-  return Passes<false>({_mm_max_epi16(a.low, b.low), _mm_max_epi16(a.high, b.high)}, bound);
 }
 
 // The even bytes of two vectors, in order.
