@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
+#include <initializer_list>
 
 #include "deinterlace/smart_field_rows.h"
 #include "deinterlace/status_font.h"
