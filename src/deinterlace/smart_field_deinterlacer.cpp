@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
+#include <initializer_list>
 
 #include "deinterlace/smart_field_rows.h"
 #include "deinterlace/status_font.h"
@@ -13,6 +14,7 @@
 
 namespace {
 
+using smart_field_rows::ChromaMarkRows;
 using smart_field_rows::CombTest;
 using smart_field_rows::RowTriple;
 
@@ -304,11 +306,13 @@ void CSmartFieldDeinterlacer::PrepareBlendSource() {
   blendSourceFrame = NewFrameLike(*currentFrame);
 }
 
+// The luma pass counts hits as it goes; IsCombedYV12 counts them afresh,
+// from the map that the chroma planes have added to.
 void CSmartFieldDeinterlacer::MotionMapYV12(int plane) {
   if (plane == PLANE_Y) {
-    MapLumaRows(0, currentFrame->height);
+    MapRows(0, currentFrame->height, false, false);
   } else {
-    MarkChromaRows({plane}, 0, PlaneOf(*currentFrame, plane).height);
+    MarkChromaRows(plane, plane, 0, PlaneOf(*currentFrame, plane).height);
     AddChromaMarks(0, currentFrame->height);
   }
 }
@@ -320,12 +324,13 @@ bool CSmartFieldDeinterlacer::IsCombedYV12() {
 
 // Band by band, while the rows are cached: the chroma marks that the band's
 // map rows take, then each map row from the luma plane with those marks
-// added, then the hits of the rows whose row below is done. A repair reads
-// final map rows and, of the frame, only rows that it does not change (even
-// rows) or its own row, taking the neighbours from the blend source copy. So
-// once the frame is known to need it, it follows the bands: each row as soon
-// as no later mark reads it, the rows already passed in one go, and the blend
-// source is copied just ahead of it. Sets the frame's status.
+// added, counting the hits of the row above it. A repair reads final map
+// rows and, of the frame, only rows that it does not change (even rows) or
+// its own row, taking the neighbours from the blend source copy. So once the
+// frame is known to need it, it follows the bands: each row as soon as no
+// later mark reads it, the rows already passed in one go, and the blend
+// source is copied just ahead of it. Without blend, the map pass replaces
+// most odd luma rows itself. Sets the frame's status.
 void CSmartFieldDeinterlacer::MapAndRepairInBands() {
   const int height = currentFrame->height;
   const int chromaHeight = PlaneOf(*currentFrame, PLANE_U).height;
@@ -347,13 +352,17 @@ void CSmartFieldDeinterlacer::MapAndRepairInBands() {
     const int bandEnd = std::min(height, bandStart + kBandRows);
     // Map row r takes chroma rows up to r / 2 + 1 in 4:2:0, up to r otherwise.
     const int chromaEnd = halfHeight ? ((bandEnd - 1) >> 1) + 2 : bandEnd;
-    MarkChromaRows({PLANE_U, PLANE_V}, chromaMarked, chromaEnd);
+    MarkChromaRows(PLANE_U, PLANE_V, chromaMarked, chromaEnd);
     chromaMarked = chromaEnd;
-    for (int y = bandStart; y < bandEnd; ++y) {
-      MapLumaRows(y, y + 1);
-      AddChromaMarks(y, y + 1);
+    // Once the repair is under way and needs no blend source, the map pass
+    // replaces the odd rows of the band's pairs itself, while they are cached;
+    // the odd row above the band waited for the band's first map row.
+    const bool pairsRepaired = repairing && !blend;
+    combed |= MapRows(bandStart, bandEnd, true, pairsRepaired);
+    if (pairsRepaired) {
+      RepairPlaneRows(PLANE_Y, repaired.luma, bandStart);
+      repaired.luma = std::max(repaired.luma, std::min(bandEnd, height - 1) - 1);
     }
-    if (!deinterlaceAll) combed |= CountHits(std::max(bandStart - 1, 0), bandEnd == height ? height : bandEnd - 1);
     if (!repairing && !showMotionMap && (combed || deinterlaceAll)) {
       repairing = true;
       if (blend) PrepareBlendSource();
@@ -375,59 +384,89 @@ void CSmartFieldDeinterlacer::MapAndRepairInBands() {
   }
 }
 
-// Rows first..end-1 of both maps from the luma plane.
-void CSmartFieldDeinterlacer::MapLumaRows(int first, int end) {
+// Rows first..end-1 of both maps from the luma plane, with the chroma marks
+// that they take when withChroma is set, and the hits of the rows up to
+// end-2 counted unless every frame is repaired; returns whether a block that
+// took hits now holds more than 15, which makes the frame combed whatever
+// follows, since counters only grow. Row 0 of the chroma marks marks
+// nothing and is kept at zero, standing for the rows a map row does not take.
+bool CSmartFieldDeinterlacer::MapRows(int first, int end, bool withChroma, bool repairsOddRows) {
   const Plane luma = PlaneOf(*currentFrame, PLANE_Y);
   const Plane comb = PlaneOf(*combMapFrame, PLANE_Y);
   const Plane motion = PlaneOf(*motionMapFrame, PLANE_Y);
-  if (luma.width < 1) return;
+  const Plane combMarks = PlaneOf(*combMapFrame, PLANE_U);
+  const Plane motionMarks = PlaneOf(*motionMapFrame, PLANE_U);
+  if (luma.width < 1) return false;
   const size_t width = static_cast<size_t>(luma.width);
   const int last = luma.height - 1;
+  const ChromaScale scale = ScaleOf(currentFrame->chroma);
+  for (int y : {0, last}) {
+    // The first and last rows have only one neighbour: always moving, never combed.
+    if (y < first || y >= end) continue;
+    if (!deinterlaceAll) std::memset(comb.Row(y), 0, width);
+    std::memset(motion.Row(y), kMarked, width);
+  }
+  std::memset(combMarks.Row(0), 0, static_cast<size_t>(combMarks.pitch));
+  std::memset(motionMarks.Row(0), 0, static_cast<size_t>(motionMarks.pitch));
+  // The V plane of the comb map frame, a stride or more, holds the hit row.
+  uint8_t* hitRow = combMapFrame->v;
+  if (first == 0) std::memset(hitRow, 0, static_cast<size_t>(luma.pitch));
+  smart_field_rows::MapBand band = {.luma = luma.pixels,
+                                    .comb = comb.pixels,
+                                    .motion = motion.pixels,
+                                    .pitch = luma.pitch,
+                                    .first = 0,
+                                    .end = 0,
+                                    .height = luma.height,
+                                    .paddedWidth = static_cast<int>(luma.pitch),
+                                    .width = luma.width,
+                                    .chroma = nullptr,
+                                    .chromaColumns = scale.columns,
+                                    .chromaCombs = !deinterlaceAll && useChroma,
+                                    .counters = deinterlaceAll ? nullptr : blockCounters,
+                                    .counterPitch = luma.width >> kBlockColumnsShift,
+                                    .blockLimit = kCombedBlockHits,
+                                    .hits = hitRow,
+                                    .repairsOddRows = repairsOddRows};
   const CombTest combTest = smart_field_rows::MakeCombTest(combThreshold);
   const CombTest motionTest = smart_field_rows::MakeCombTest(motionThreshold);
-  for (int y = first; y < end; ++y) {
-    if (y == 0 || y == last) {
-      // The first and last rows have only one neighbour: always moving, never combed.
-      if (!deinterlaceAll) std::memset(comb.Row(y), 0, width);
-      std::memset(motion.Row(y), kMarked, width);
-    } else if (deinterlaceAll) {
-      std::memset(comb.Row(y), 0, width);
-      smart_field_rows::MarkMotion(luma.Around(y), luma.width, motionTest, motion.Row(y));
-    } else {
-      smart_field_rows::MarkCombAndMotion(luma.Around(y), luma.width, combTest, motionTest, comb.Row(y),
-                                          motion.Row(y));
+  ChromaMarkRows chroma[kBandRows];
+  bool exceeds = false;
+  for (int start = std::max(first, 1); start < std::min(end, last); start += kBandRows) {
+    band.first = start;
+    band.end = std::min({start + kBandRows, end, last});
+    for (int y = band.first; y < band.end; ++y) {
+      int rows[2] = {0, 0};
+      if (withChroma) ChromaRowsMarking(scale, motionMarks.height, y, rows);
+      chroma[y - start] = {{motionMarks.Row(rows[0]), motionMarks.Row(rows[1])},
+                           {combMarks.Row(rows[0]), combMarks.Row(rows[1])}};
     }
+    band.chroma = chroma;
+    exceeds |= smart_field_rows::MapBandRows(band, combTest, motionTest);
   }
+  return exceeds;
 }
 
-// The marks of chroma rows first..end-1 of the planes, ORed together, into
-// the U planes of the map frames, row for chroma row; the V planes hold a
-// second plane's marks until they are ORed in. The first and last chroma
-// rows mark nothing.
-void CSmartFieldDeinterlacer::MarkChromaRows(std::initializer_list<int> planes, int first, int end) {
-  const Plane combMarks[2] = {PlaneOf(*combMapFrame, PLANE_U), PlaneOf(*combMapFrame, PLANE_V)};
-  const Plane motionMarks[2] = {PlaneOf(*motionMapFrame, PLANE_U), PlaneOf(*motionMapFrame, PLANE_V)};
+// The marks of chroma rows first..end-1 of two planes, or of one plane
+// given twice, ORed together into the U planes of the map frames, row for
+// chroma row. The first and last chroma rows mark nothing; the bytes behind
+// the plane's width are cleared, so that the padding columns of the maps
+// take no marks.
+void CSmartFieldDeinterlacer::MarkChromaRows(int plane, int otherPlane, int first, int end) {
+  const Plane combMarks = PlaneOf(*combMapFrame, PLANE_U);
+  const Plane motionMarks = PlaneOf(*motionMapFrame, PLANE_U);
   const bool marksComb = !deinterlaceAll && useChroma;
   const CombTest combTest = smart_field_rows::MakeCombTest(combThreshold);
   const CombTest motionTest = smart_field_rows::MakeCombTest(motionThreshold);
-  const int width = motionMarks[0].width;
-  for (int y = std::max(first, 1); y < std::min(end, motionMarks[0].height - 1); ++y) {
-    int slot = 0;
-    for (int plane : planes) {
-      const RowTriple rows = PlaneOf(*currentFrame, plane).Around(y);
-      uint8_t* comb = combMarks[slot].Row(y);
-      uint8_t* motion = motionMarks[slot].Row(y);
-      if (marksComb) {
-        smart_field_rows::MarkCombAndMotion(rows, width, combTest, motionTest, comb, motion);
-      } else {
-        smart_field_rows::MarkMotion(rows, width, motionTest, motion);
-      }
-      if (slot == 1) {
-        smart_field_rows::OrMarksInto(motionMarks[0].Row(y), motion, nullptr, width, 1);
-        if (marksComb) smart_field_rows::OrMarksInto(combMarks[0].Row(y), comb, nullptr, width, 1);
-      }
-      slot = 1;
-    }
+  const int width = motionMarks.width;
+  const int bytes = static_cast<int>(motionMarks.pitch);
+  for (int y = std::max(first, 1); y < std::min(end, motionMarks.height - 1); ++y) {
+    uint8_t* comb = marksComb ? combMarks.Row(y) : nullptr;
+    smart_field_rows::MarkChromaPair(PlaneOf(*currentFrame, plane).Around(y),
+                                     PlaneOf(*currentFrame, otherPlane).Around(y), bytes, combTest, motionTest, comb,
+                                     motionMarks.Row(y));
+    std::memset(motionMarks.Row(y) + width, 0, static_cast<size_t>(bytes - width));
+    if (comb != nullptr) std::memset(comb + width, 0, static_cast<size_t>(bytes - width));
   }
 }
 

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <initializer_list>
 
 #include "deinterlace/deinterlacer.h"
 
@@ -44,7 +43,8 @@
 // Working frames are CYUVFrame blocks (LargeBufferMalloc); the block counters
 // come from BufferMalloc. Both are kept across calls while the frame
 // geometry stays the same. The maps are the Y planes of their frames; the
-// chroma planes of those frames hold the chroma marks during a call.
+// U planes of those frames hold the chroma marks during a call, and the V
+// plane of the comb map frame the hits of the block row in progress.
 //
 // DeinterlaceFrame runs the passes in bands of rows, the repair following
 // the maps once the frame is known to need it, so that each band is still
@@ -103,8 +103,8 @@ class CSmartFieldDeinterlacer : public CDeinterlacer {
   // ranges of rows, so that MapAndRepairInBands can run them band by band
   // while the rows are cached.
   void MapAndRepairInBands();
-  void MapLumaRows(int first, int end);
-  void MarkChromaRows(std::initializer_list<int> planes, int first, int end);
+  bool MapRows(int first, int end, bool withChroma, bool repairsOddRows);
+  void MarkChromaRows(int plane, int otherPlane, int first, int end);
   void AddChromaMarks(int first, int end);
   bool CountHits(int first, int end);
   bool AnyBlockCombed(int first, int end) const;
