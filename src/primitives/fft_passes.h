@@ -9,6 +9,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstring>
+#include <immintrin.h>
 
 #include "primitives/fft_variants.h"
 
@@ -85,6 +86,73 @@ inline void StoreLanes<double, 2>(double* p, double v) {
   *p = v;
 }
 
+// The shuffles of four-lane vectors, written as AVX instructions: without
+// AVX2, GCC lowers its generic two-vector shuffles to moves through scalars.
+// Only the AVX variant instantiates them.
+template <typename V>
+inline V Reversed(V v) {
+  if constexpr (kLaneCount<V> == 1) {
+    return v;
+  } else {
+    static_assert(kLaneCount<V> == 4);
+    return _mm256_permute_pd(_mm256_permute2f128_pd(v, v, 1), 0x5);
+  }
+}
+
+// a0 b0 a1 b1 and a2 b2 a3 b3.
+template <typename V>
+inline void Interleave(V a, V b, V& low, V& high) {
+  const V evens = _mm256_unpacklo_pd(a, b), odds = _mm256_unpackhi_pd(a, b);
+  low = _mm256_permute2f128_pd(evens, odds, 0x20);
+  high = _mm256_permute2f128_pd(evens, odds, 0x31);
+}
+
+// The inverse of Interleave.
+template <typename V>
+inline void Deinterleave(V low, V high, V& a, V& b) {
+  const V evens = _mm256_permute2f128_pd(low, high, 0x20), odds = _mm256_permute2f128_pd(low, high, 0x31);
+  a = _mm256_unpacklo_pd(evens, odds);
+  b = _mm256_unpackhi_pd(evens, odds);
+}
+
+// Row l of the result is lane l of v[0], v[1], v[2], v[3].
+template <typename V>
+inline void Transpose(V* v) {
+  const V even01 = _mm256_unpacklo_pd(v[0], v[1]), odd01 = _mm256_unpackhi_pd(v[0], v[1]);
+  const V even23 = _mm256_unpacklo_pd(v[2], v[3]), odd23 = _mm256_unpackhi_pd(v[2], v[3]);
+  v[0] = _mm256_permute2f128_pd(even01, even23, 0x20);
+  v[1] = _mm256_permute2f128_pd(odd01, odd23, 0x20);
+  v[2] = _mm256_permute2f128_pd(even01, even23, 0x31);
+  v[3] = _mm256_permute2f128_pd(odd01, odd23, 0x31);
+}
+
+// Complex numbers as interleaved pairs: re[0], im[0], re[1], im[1], ...
+template <typename V>
+inline void StorePairs(double* p, V re, V im) {
+  if constexpr (kLaneCount<V> == 1) {
+    p[0] = re;
+    p[1] = im;
+  } else {
+    V low, high;
+    Interleave(re, im, low, high);
+    std::memcpy(p, &low, sizeof low);
+    std::memcpy(p + 4, &high, sizeof high);
+  }
+}
+
+template <typename V>
+inline void LoadPairs(const double* p, V& re, V& im) {
+  if constexpr (kLaneCount<V> == 1) {
+    re = p[0];
+    im = p[1];
+  } else {
+    V low, high;
+    std::memcpy(&low, p, sizeof low);
+    std::memcpy(&high, p + 4, sizeof high);
+    Deinterleave(low, high, re, im);
+  }
+}
+
 // In-place DFT of kRadix points (exp(-2 pi i jk / r), +i for the inverse),
 // outputs in natural order.
 template <int kRadix, bool kInverse, typename V>
@@ -114,12 +182,14 @@ inline void SmallDft(V* re, V* im) {
 
 // The DFT of kRadix elements in place, times the twiddles w^(kp) (conjugated
 // for the inverse), the real part of w^(kp) at twiddles[(2k - 2) * stride] and
-// the imaginary part at twiddles[(2k - 1) * stride].
-template <int kRadix, bool kInverse, typename V>
+// the imaginary part at twiddles[(2k - 1) * stride]: one twiddle for all lanes
+// (W = double), or consecutive twiddles for consecutive lanes (W = V).
+template <int kRadix, bool kInverse, typename V, typename W = double>
 inline void TwiddledDft(V* re, V* im, const double* twiddles, size_t twiddleStride) {
   SmallDft<kRadix, kInverse>(re, im);
   for (int k = 1; k < kRadix; ++k) {
-    const double wr = twiddles[(2 * k - 2) * twiddleStride], wi = twiddles[(2 * k - 1) * twiddleStride];
+    const W wr = LoadLanes<W, 1>(twiddles + (2 * k - 2) * twiddleStride);
+    const W wi = LoadLanes<W, 1>(twiddles + (2 * k - 1) * twiddleStride);
     const V r = re[k];
     re[k] = kInverse ? r * wr + im[k] * wi : r * wr - im[k] * wi;
     im[k] = kInverse ? im[k] * wr - r * wi : im[k] * wr + r * wi;
@@ -127,12 +197,17 @@ inline void TwiddledDft(V* re, V* im, const double* twiddles, size_t twiddleStri
 }
 
 // kRadix elements `step` elements apart from `at`; element i sits at index
-// i * kStride of its arrays: 1 for split arrays, 2 for interleaved pairs.
+// i * kStride of its arrays: 1 for split arrays, 2 for interleaved pairs
+// (xi = xr + 1).
 template <typename V, int kRadix, int kStride>
 inline void LoadElements(const double* xr, const double* xi, size_t at, size_t step, V* re, V* im) {
   for (int j = 0; j < kRadix; ++j) {
-    re[j] = LoadLanes<V, kStride>(xr + (at + j * step) * kStride);
-    im[j] = LoadLanes<V, kStride>(xi + (at + j * step) * kStride);
+    if constexpr (kStride == 2) {
+      LoadPairs<V>(xr + (at + j * step) * 2, re[j], im[j]);
+    } else {
+      re[j] = LoadLanes<V, 1>(xr + at + j * step);
+      im[j] = LoadLanes<V, 1>(xi + at + j * step);
+    }
   }
 }
 
@@ -141,9 +216,12 @@ inline void LoadElements(const double* xr, const double* xi, size_t at, size_t s
 template <typename V, int kRadix, int kStride>
 inline void StoreElements(const V* re, const V* im, double* yr, double* yi, size_t at, size_t step, double scale) {
   for (int k = 0; k < kRadix; ++k) {
-    const size_t to = (at + k * step) * kStride;
-    StoreLanes<V, kStride>(yr + to, kStride == 2 ? re[k] * scale : re[k]);
-    StoreLanes<V, kStride>(yi + to, kStride == 2 ? im[k] * scale : im[k]);
+    if constexpr (kStride == 2) {
+      StorePairs<V>(yr + (at + k * step) * 2, re[k] * scale, im[k] * scale);
+    } else {
+      StoreLanes<V, 1>(yr + at + k * step, re[k]);
+      StoreLanes<V, 1>(yi + at + k * step, im[k]);
+    }
   }
 }
 
@@ -160,6 +238,48 @@ inline void Butterfly(const double* xr, const double* xi, size_t in, size_t inSt
   StoreElements<V, kRadix, kOutStride>(re, im, yr, yi, out, outStep, scale);
 }
 
+// Stores the lanes of kRadix vectors transposed: lane l of v[k] to y[kRadix l + k].
+template <typename V, int kRadix>
+inline void StoreTransposed(double* y, const V* v) {
+  if constexpr (kLaneCount<V> == 1) {
+    for (int k = 0; k < kRadix; ++k) y[k] = v[k];
+  } else if constexpr (kRadix == 2) {
+    StorePairs<V>(y, v[0], v[1]);
+  } else {
+    static_assert(kRadix == 4);
+    V rows[4] = {v[0], v[1], v[2], v[3]};
+    Transpose(rows);
+    StoreLanes<V, 1>(y, rows[0]);
+    StoreLanes<V, 1>(y + 4, rows[1]);
+    StoreLanes<V, 1>(y + 8, rows[2]);
+    StoreLanes<V, 1>(y + 12, rows[3]);
+  }
+}
+
+// The pass at s = 1, where q is always 0: lanes run along p instead, the
+// butterflies of p, p + 1, ... reading consecutive elements and twiddles and
+// writing one run of kRadix times the lane count elements, transposed.
+template <typename V, int kRadix, bool kInverse, int kInStride, int kOutStride>
+void FirstPass(const double* xr, const double* xi, double* yr, double* yi, size_t n, const double* twiddles,
+               double scale) {
+  const size_t columns = n / kRadix;
+  size_t p = 0;
+  if constexpr (kOutStride == 1) {
+    for (; p + kLaneCount<V> <= columns; p += kLaneCount<V>) {
+      V re[kRadix], im[kRadix];
+      LoadElements<V, kRadix, kInStride>(xr, xi, p, columns, re, im);
+      TwiddledDft<kRadix, kInverse, V, V>(re, im, twiddles + p, columns);
+      StoreTransposed<V, kRadix>(yr + kRadix * p, re);
+      StoreTransposed<V, kRadix>(yi + kRadix * p, im);
+    }
+  }
+  CORVANE_INDEPENDENT_ITERATIONS
+  for (; p < columns; ++p) {
+    Butterfly<double, kRadix, kInverse, kInStride, kOutStride>(xr, xi, p, columns, yr, yi, kRadix * p, 1,
+                                                               twiddles + p, columns, scale);
+  }
+}
+
 // One Stockham pass of length n, radix r and stride s:
 //   y[q + s(rp + k)] = w^(kp) * sum over j of x[q + s(p + jn/r)] exp(-+2 pi i jk / r)
 // for p below n/r and q below s. The first pass (s = 1) loops along p, the
@@ -170,12 +290,7 @@ void Pass(const double* xr, const double* xi, double* yr, double* yi, size_t n, 
           const double* twiddles, double scale) {
   const size_t columns = n / kRadix, s = kStride != 0 ? kStride : runtimeStride;
   if (s == 1) {
-    CORVANE_INDEPENDENT_ITERATIONS
-    for (size_t p = 0; p < columns; ++p) {
-      Butterfly<double, kRadix, kInverse, kInStride, kOutStride>(xr, xi, p, columns, yr, yi, kRadix * p, 1,
-                                                                 twiddles + p,
-                                                         columns, scale);
-    }
+    FirstPass<V, kRadix, kInverse, kInStride, kOutStride>(xr, xi, yr, yi, n, twiddles, scale);
     return;
   }
   for (size_t p = 0; p < columns; ++p) {
@@ -365,48 +480,10 @@ void InverseComplex(Split start, Split work, Split other, double* dst, size_t m,
 // bins k, k + 1, ... meet bins M - k, M - k - 1, ..., whose lanes they load and
 // store reversed. Each bin's arithmetic is the same for every lane type.
 
-// The lanes in reverse order.
-template <typename V>
-inline V Reversed(V v) {
-  if constexpr (kLaneCount<V> == 1) {
-    return v;
-  } else {
-    static_assert(kLaneCount<V> == 4);
-    return __builtin_shufflevector(v, v, 3, 2, 1, 0);
-  }
-}
-
 // The lanes of elements i, i - 1, ...: element j at index j * kStride.
 template <typename V, int kStride>
 inline V LoadLanesDown(const double* array, size_t i) {
   return Reversed(LoadLanes<V, kStride>(array + (i + 1 - kLaneCount<V>) * kStride));
-}
-
-// Complex numbers as interleaved pairs: re[0], im[0], re[1], im[1], ...
-template <typename V>
-inline void StorePairs(double* p, V re, V im) {
-  if constexpr (kLaneCount<V> == 1) {
-    p[0] = re;
-    p[1] = im;
-  } else {
-    const V low = __builtin_shufflevector(re, im, 0, 4, 1, 5), high = __builtin_shufflevector(re, im, 2, 6, 3, 7);
-    std::memcpy(p, &low, sizeof low);
-    std::memcpy(p + 4, &high, sizeof high);
-  }
-}
-
-template <typename V>
-inline void LoadPairs(const double* p, V& re, V& im) {
-  if constexpr (kLaneCount<V> == 1) {
-    re = p[0];
-    im = p[1];
-  } else {
-    V low, high;
-    std::memcpy(&low, p, sizeof low);
-    std::memcpy(&high, p + 4, sizeof high);
-    re = __builtin_shufflevector(low, high, 0, 2, 4, 6);
-    im = __builtin_shufflevector(low, high, 1, 3, 5, 7);
-  }
 }
 
 // Runs step.template operator()<V>(k) on k, k + lanes, ... from `begin` while
