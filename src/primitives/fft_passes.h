@@ -99,20 +99,22 @@ inline V Reversed(V v) {
   }
 }
 
-// a0 b0 a1 b1 and a2 b2 a3 b3.
-template <typename V>
+// a0 b0 a1 b1 and a2 b2 a3 b3, or with kReversed a3 b3 a2 b2 and a1 b1 a0 b0
+// (a reversal folded into the shuffles that interleave).
+template <bool kReversed, typename V>
 inline void Interleave(V a, V b, V& low, V& high) {
   const V evens = _mm256_unpacklo_pd(a, b), odds = _mm256_unpackhi_pd(a, b);
-  low = _mm256_permute2f128_pd(evens, odds, 0x20);
-  high = _mm256_permute2f128_pd(evens, odds, 0x31);
+  low = kReversed ? _mm256_permute2f128_pd(odds, evens, 0x31) : _mm256_permute2f128_pd(evens, odds, 0x20);
+  high = kReversed ? _mm256_permute2f128_pd(odds, evens, 0x20) : _mm256_permute2f128_pd(evens, odds, 0x31);
 }
 
 // The inverse of Interleave.
-template <typename V>
+template <bool kReversed, typename V>
 inline void Deinterleave(V low, V high, V& a, V& b) {
-  const V evens = _mm256_permute2f128_pd(low, high, 0x20), odds = _mm256_permute2f128_pd(low, high, 0x31);
-  a = _mm256_unpacklo_pd(evens, odds);
-  b = _mm256_unpackhi_pd(evens, odds);
+  const V first = kReversed ? _mm256_permute2f128_pd(high, low, 0x31) : _mm256_permute2f128_pd(low, high, 0x20);
+  const V second = kReversed ? _mm256_permute2f128_pd(high, low, 0x20) : _mm256_permute2f128_pd(low, high, 0x31);
+  a = _mm256_unpacklo_pd(first, second);
+  b = _mm256_unpackhi_pd(first, second);
 }
 
 // Row l of the result is lane l of v[0], v[1], v[2], v[3].
@@ -126,21 +128,22 @@ inline void Transpose(V* v) {
   v[3] = _mm256_permute2f128_pd(odd01, odd23, 0x31);
 }
 
-// Complex numbers as interleaved pairs: re[0], im[0], re[1], im[1], ...
-template <typename V>
+// Complex numbers as interleaved pairs: re[0], im[0], re[1], im[1], ...; with
+// kReversed, the lanes' pairs in reverse order.
+template <typename V, bool kReversed = false>
 inline void StorePairs(double* p, V re, V im) {
   if constexpr (kLaneCount<V> == 1) {
     p[0] = re;
     p[1] = im;
   } else {
     V low, high;
-    Interleave(re, im, low, high);
+    Interleave<kReversed>(re, im, low, high);
     std::memcpy(p, &low, sizeof low);
     std::memcpy(p + 4, &high, sizeof high);
   }
 }
 
-template <typename V>
+template <typename V, bool kReversed = false>
 inline void LoadPairs(const double* p, V& re, V& im) {
   if constexpr (kLaneCount<V> == 1) {
     re = p[0];
@@ -149,7 +152,7 @@ inline void LoadPairs(const double* p, V& re, V& im) {
     V low, high;
     std::memcpy(&low, p, sizeof low);
     std::memcpy(&high, p + 4, sizeof high);
-    Deinterleave(low, high, re, im);
+    Deinterleave<kReversed>(low, high, re, im);
   }
 }
 
@@ -340,28 +343,28 @@ void RunPass(const double* xr, const double* xi, double* yr, double* yi, const P
   }
 }
 
-// A radix-4 pass and the radix-2 pass after it in one sweep over memory: the
-// radix-4 pass of length n and stride s, then the radix-2 pass of length n/4
-// and stride 4s, whose butterflies take their inputs from the first pass's
-// straight from registers. Each butterfly is the one the pass runs alone, so
-// the sweep gives the doubles of the two passes. Lanes run along q: s must be
-// a multiple of the lane count, which holds for every pass but a transform's
-// first (s = 1), run alone.
-template <typename V, bool kInverse, int kOutStride>
+// A radix-4 pass and the radix-kSecond pass after it in one sweep over
+// memory: the radix-4 pass of length n and stride s, then the pass of length
+// n/4 and stride 4s, whose butterflies take their inputs from the first
+// pass's straight from registers. Each butterfly is the one the pass runs
+// alone, so the sweep gives the doubles of the two passes. Lanes run along q:
+// s must be a multiple of the lane count, which holds for every pass but a
+// transform's first (s = 1), run alone.
+template <typename V, bool kInverse, int kOutStride, int kSecond = 2>
 void FusedPasses(const double* xr, const double* xi, double* yr, double* yi, const PassCursor& first,
                  const PassCursor& second, double scale) {
-  const size_t s = first.s, columns1 = first.n / 4, columns2 = columns1 / 2;
+  const size_t s = first.s, columns1 = first.n / 4, columns2 = columns1 / kSecond;
   for (size_t p = 0; p < columns2; ++p) {
     // The first pass's butterflies j run at p + j columns2.
-    double w1[2][6], w2[2];
-    for (int j = 0; j < 2; ++j) {
+    double w1[kSecond][6], w2[2 * kSecond - 2];
+    for (int j = 0; j < kSecond; ++j) {
       for (int k = 0; k < 6; ++k) w1[j][k] = first.twiddles[k * columns1 + p + j * columns2];
     }
-    for (int k = 0; k < 2; ++k) w2[k] = second.twiddles[k * columns2 + p];
+    for (int k = 0; k < 2 * kSecond - 2; ++k) w2[k] = second.twiddles[k * columns2 + p];
     for (size_t q = 0; q < s; q += kLaneCount<V>) {
       // Output k of the first pass's butterfly j is input j of the second's butterfly k.
-      V tr[4][2], ti[4][2];
-      for (int j = 0; j < 2; ++j) {
+      V tr[4][kSecond], ti[4][kSecond];
+      for (int j = 0; j < kSecond; ++j) {
         V re[4], im[4];
         LoadElements<V, 4, 1>(xr, xi, q + s * (p + j * columns2), s * columns1, re, im);
         TwiddledDft<4, kInverse>(re, im, w1[j], 1);
@@ -371,8 +374,8 @@ void FusedPasses(const double* xr, const double* xi, double* yr, double* yi, con
         }
       }
       for (int k = 0; k < 4; ++k) {
-        TwiddledDft<2, kInverse>(tr[k], ti[k], w2, 1);
-        StoreElements<V, 2, kOutStride>(tr[k], ti[k], yr, yi, q + s * k + 8 * s * p, 4 * s, scale);
+        TwiddledDft<kSecond, kInverse>(tr[k], ti[k], w2, 1);
+        StoreElements<V, kSecond, kOutStride>(tr[k], ti[k], yr, yi, q + s * k + 4 * kSecond * s * p, 4 * s, scale);
       }
     }
   }
@@ -508,7 +511,7 @@ inline void JoinBins(V zkr, V zki, V zmr, V zmi, size_t k, size_t m, const doubl
   const V er = zkr + zmr, ei = zki - zmi, or_ = zki + zmi, oi = zmr - zkr;  // 2E and 2O
   const V wor = wkr * or_ - wki * oi, woi = wkr * oi + wki * or_;
   StorePairs<V>(dst + 2 * k, (er + wor) * half, (ei + woi) * half);
-  StorePairs<V>(dst + 2 * (m + 1 - k - kLaneCount<V>), Reversed((er - wor) * half), Reversed((woi - ei) * half));
+  StorePairs<V, true>(dst + 2 * (m + 1 - k - kLaneCount<V>), (er - wor) * half, (woi - ei) * half);
 }
 
 // Bins 0 and M, which are real.
@@ -560,9 +563,7 @@ template <typename V>
 inline void SplitBins(const double* src, Split z, size_t k, size_t m, const double* wr, const double* wi) {
   V p, q, r, s;
   LoadPairs<V>(src + 2 * k, p, q);
-  LoadPairs<V>(src + 2 * (m + 1 - k - kLaneCount<V>), r, s);
-  r = Reversed(r);
-  s = Reversed(s);
+  LoadPairs<V, true>(src + 2 * (m + 1 - k - kLaneCount<V>), r, s);
   const V wkr = LoadLanes<V, 1>(wr + k), wki = LoadLanes<V, 1>(wi + k);
   const V sr = p + r, si = q - s, dr = p - r, di = q + s;
   const V tr = dr * wkr + di * wki, ti = di * wkr - dr * wki;
