@@ -99,24 +99,6 @@ inline V Reversed(V v) {
   }
 }
 
-// a0 b0 a1 b1 and a2 b2 a3 b3, or with kReversed a3 b3 a2 b2 and a1 b1 a0 b0
-// (a reversal folded into the shuffles that interleave).
-template <bool kReversed, typename V>
-inline void Interleave(V a, V b, V& low, V& high) {
-  const V evens = _mm256_unpacklo_pd(a, b), odds = _mm256_unpackhi_pd(a, b);
-  low = kReversed ? _mm256_permute2f128_pd(odds, evens, 0x31) : _mm256_permute2f128_pd(evens, odds, 0x20);
-  high = kReversed ? _mm256_permute2f128_pd(odds, evens, 0x20) : _mm256_permute2f128_pd(evens, odds, 0x31);
-}
-
-// The inverse of Interleave.
-template <bool kReversed, typename V>
-inline void Deinterleave(V low, V high, V& a, V& b) {
-  const V first = kReversed ? _mm256_permute2f128_pd(high, low, 0x31) : _mm256_permute2f128_pd(low, high, 0x20);
-  const V second = kReversed ? _mm256_permute2f128_pd(high, low, 0x20) : _mm256_permute2f128_pd(low, high, 0x31);
-  a = _mm256_unpacklo_pd(first, second);
-  b = _mm256_unpackhi_pd(first, second);
-}
-
 // Row l of the result is lane l of v[0], v[1], v[2], v[3].
 template <typename V>
 inline void Transpose(V* v) {
@@ -129,17 +111,20 @@ inline void Transpose(V* v) {
 }
 
 // Complex numbers as interleaved pairs: re[0], im[0], re[1], im[1], ...; with
-// kReversed, the lanes' pairs in reverse order.
+// kReversed, the lanes' pairs in reverse order. Four lanes move as 128-bit
+// pairs: these never straddle a cache line of a 16-byte aligned array, and
+// they need no shuffle across the vector's halves.
 template <typename V, bool kReversed = false>
 inline void StorePairs(double* p, V re, V im) {
   if constexpr (kLaneCount<V> == 1) {
     p[0] = re;
     p[1] = im;
   } else {
-    V low, high;
-    Interleave<kReversed>(re, im, low, high);
-    std::memcpy(p, &low, sizeof low);
-    std::memcpy(p + 4, &high, sizeof high);
+    static_assert(kLaneCount<V> == 4);
+    const V evens = _mm256_unpacklo_pd(re, im), odds = _mm256_unpackhi_pd(re, im);  // pairs 0, 2 and 1, 3
+    const __m128d pairs[4] = {_mm256_castpd256_pd128(evens), _mm256_castpd256_pd128(odds),
+                              _mm256_extractf128_pd(evens, 1), _mm256_extractf128_pd(odds, 1)};
+    for (int i = 0; i < 4; ++i) _mm_storeu_pd(p + 2 * (kReversed ? 3 - i : i), pairs[i]);
   }
 }
 
@@ -149,10 +134,12 @@ inline void LoadPairs(const double* p, V& re, V& im) {
     re = p[0];
     im = p[1];
   } else {
-    V low, high;
-    std::memcpy(&low, p, sizeof low);
-    std::memcpy(&high, p + 4, sizeof high);
-    Deinterleave<kReversed>(low, high, re, im);
+    static_assert(kLaneCount<V> == 4);
+    auto pair = [p](int i) { return _mm_loadu_pd(p + 2 * (kReversed ? 3 - i : i)); };
+    const V evens = _mm256_insertf128_pd(_mm256_castpd128_pd256(pair(0)), pair(2), 1);
+    const V odds = _mm256_insertf128_pd(_mm256_castpd128_pd256(pair(1)), pair(3), 1);
+    re = _mm256_unpacklo_pd(evens, odds);
+    im = _mm256_unpackhi_pd(evens, odds);
   }
 }
 
