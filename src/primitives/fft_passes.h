@@ -330,28 +330,28 @@ void RunPass(const double* xr, const double* xi, double* yr, double* yi, const P
   }
 }
 
-// A radix-4 pass and the radix-kSecond pass after it in one sweep over
-// memory: the radix-4 pass of length n and stride s, then the pass of length
-// n/4 and stride 4s, whose butterflies take their inputs from the first
-// pass's straight from registers. Each butterfly is the one the pass runs
-// alone, so the sweep gives the doubles of the two passes. Lanes run along q:
-// s must be a multiple of the lane count, which holds for every pass but a
-// transform's first (s = 1), run alone.
-template <typename V, bool kInverse, int kOutStride, int kSecond = 2>
+// A radix-4 pass and the radix-2 pass after it in one sweep over memory: the
+// radix-4 pass of length n and stride s, then the radix-2 pass of length n/4
+// and stride 4s, whose butterflies take their inputs from the first pass's
+// straight from registers. Each butterfly is the one the pass runs alone, so
+// the sweep gives the doubles of the two passes. Lanes run along q: s must be
+// a multiple of the lane count, which holds for every pass but a transform's
+// first (s = 1), run alone.
+template <typename V, bool kInverse, int kOutStride>
 void FusedPasses(const double* xr, const double* xi, double* yr, double* yi, const PassCursor& first,
                  const PassCursor& second, double scale) {
-  const size_t s = first.s, columns1 = first.n / 4, columns2 = columns1 / kSecond;
+  const size_t s = first.s, columns1 = first.n / 4, columns2 = columns1 / 2;
   for (size_t p = 0; p < columns2; ++p) {
     // The first pass's butterflies j run at p + j columns2.
-    double w1[kSecond][6], w2[2 * kSecond - 2];
-    for (int j = 0; j < kSecond; ++j) {
+    double w1[2][6], w2[2];
+    for (int j = 0; j < 2; ++j) {
       for (int k = 0; k < 6; ++k) w1[j][k] = first.twiddles[k * columns1 + p + j * columns2];
     }
-    for (int k = 0; k < 2 * kSecond - 2; ++k) w2[k] = second.twiddles[k * columns2 + p];
+    for (int k = 0; k < 2; ++k) w2[k] = second.twiddles[k * columns2 + p];
     for (size_t q = 0; q < s; q += kLaneCount<V>) {
       // Output k of the first pass's butterfly j is input j of the second's butterfly k.
-      V tr[4][kSecond], ti[4][kSecond];
-      for (int j = 0; j < kSecond; ++j) {
+      V tr[4][2], ti[4][2];
+      for (int j = 0; j < 2; ++j) {
         V re[4], im[4];
         LoadElements<V, 4, 1>(xr, xi, q + s * (p + j * columns2), s * columns1, re, im);
         TwiddledDft<4, kInverse>(re, im, w1[j], 1);
@@ -361,8 +361,8 @@ void FusedPasses(const double* xr, const double* xi, double* yr, double* yi, con
         }
       }
       for (int k = 0; k < 4; ++k) {
-        TwiddledDft<kSecond, kInverse>(tr[k], ti[k], w2, 1);
-        StoreElements<V, kSecond, kOutStride>(tr[k], ti[k], yr, yi, q + s * k + 4 * kSecond * s * p, 4 * s, scale);
+        TwiddledDft<2, kInverse>(tr[k], ti[k], w2, 1);
+        StoreElements<V, 2, kOutStride>(tr[k], ti[k], yr, yi, q + s * k + 8 * s * p, 4 * s, scale);
       }
     }
   }
