@@ -246,15 +246,16 @@ inline void StoreTransposed(double* y, const V* v) {
   }
 }
 
-// The pass at s = 1, where q is always 0: lanes run along p instead, the
-// butterflies of p, p + 1, ... reading consecutive elements and twiddles and
-// writing one run of kRadix times the lane count elements, transposed.
+// The pass at s = 1, where q is always 0: vector lanes run along p instead,
+// the butterflies of p, p + 1, ... reading consecutive elements and twiddles
+// and writing one run of kRadix times the lane count elements, transposed.
+// Single lanes, and what the vectors leave over, run one p at a time.
 template <typename V, int kRadix, bool kInverse, int kInStride, int kOutStride>
 void FirstPass(const double* xr, const double* xi, double* yr, double* yi, size_t n, const double* twiddles,
                double scale) {
   const size_t columns = n / kRadix;
   size_t p = 0;
-  if constexpr (kOutStride == 1) {
+  if constexpr (kOutStride == 1 && kLaneCount<V> > 1) {
     for (; p + kLaneCount<V> <= columns; p += kLaneCount<V>) {
       V re[kRadix], im[kRadix];
       LoadElements<V, kRadix, kInStride>(xr, xi, p, columns, re, im);
