@@ -440,33 +440,6 @@ void ForwardPasses(const double* src, Split result, Split other, size_t m, const
   });
 }
 
-// The buffer that the inverse transform starts from, so that its sweeps
-// alternate into `work` for the last one.
-Split InverseStart(Split work, Split other, size_t m) {
-  return SweepCount(PassCursor{m, m, 1, nullptr}, 1) % 2 == 1 ? work : other;
-}
-
-// Inverse complex transform of `start` (see InverseStart) into the m pairs of
-// `dst`, scaled.
-template <typename V>
-void InverseComplex(Split start, Split work, Split other, double* dst, size_t m, const double* twiddles,
-                    double scale) {
-  const PassCursor first{m, m, 1, twiddles};
-  const int sweeps = SweepCount(first, 1);
-  const Split buffers[2] = {work, other};
-  int i = 0;
-  Split in = start;
-  ForEachSweep(first, 1, [&](const PassCursor& pass, int width) {
-    if (++i == sweeps) {
-      RunSweep<V, true, 2>(in, dst, dst + 1, pass, width, scale);
-      return;
-    }
-    const Split out = buffers[(sweeps - 1 - i) % 2];
-    RunSweep<V, true, 1>(in, out.re, out.im, pass, width);
-    in = out;
-  });
-}
-
 // The joins and splits below pair bin k with bin M - k: with vector lanes,
 // bins k, k + 1, ... meet bins M - k, M - k - 1, ..., whose lanes they load and
 // store reversed. Each bin's arithmetic is the same for every lane type.
@@ -548,18 +521,20 @@ void JoinHalvesOfLastPass(const double* yr, const double* yi, double* dst, size_
 // i (X[k] - conj X[M-k]) conj(W^k), whose unscaled inverse transform is N z.
 // The imaginary parts of bins 0 and M are not read.
 template <typename V>
-inline void SplitBins(const double* src, Split z, size_t k, size_t m, const double* wr, const double* wi) {
+struct SplitPair {
+  V upRe, upIm;      // Z[k], Z[k + 1], ...
+  V downRe, downIm;  // Z[M + 1 - k - lanes], ..., Z[M - k]
+};
+
+template <typename V>
+inline SplitPair<V> SplitBins(const double* src, size_t k, size_t m, const double* wr, const double* wi) {
   V p, q, r, s;
   LoadPairs<V>(src + 2 * k, p, q);
   LoadPairs<V, true>(src + 2 * (m + 1 - k - kLaneCount<V>), r, s);
   const V wkr = LoadLanes<V, 1>(wr + k), wki = LoadLanes<V, 1>(wi + k);
   const V sr = p + r, si = q - s, dr = p - r, di = q + s;
   const V tr = dr * wkr + di * wki, ti = di * wkr - dr * wki;
-  const size_t down = m + 1 - k - kLaneCount<V>;
-  StoreLanes<V, 1>(z.re + k, sr - ti);
-  StoreLanes<V, 1>(z.im + k, si + tr);
-  StoreLanes<V, 1>(z.re + down, Reversed(sr + ti));
-  StoreLanes<V, 1>(z.im + down, Reversed(tr - si));
+  return {sr - ti, si + tr, Reversed(sr + ti), Reversed(tr - si)};
 }
 
 // Bin M/2 meets itself, so it is left out of the lanes.
@@ -567,8 +542,76 @@ template <typename V>
 void SplitHalves(const double* src, Split z, size_t m, const double* wr, const double* wi) {
   z.re[0] = src[0] + src[2 * m];
   z.im[0] = src[0] - src[2 * m];
-  ForEachBin<V>(1, m / 2, [&]<typename W>(size_t k) { SplitBins<W>(src, z, k, m, wr, wi); });
-  SplitBins<double>(src, z, m / 2, m, wr, wi);
+  auto splitBins = [&]<typename W>(size_t k) {
+    const SplitPair<W> pair = SplitBins<W>(src, k, m, wr, wi);
+    const size_t down = m + 1 - k - kLaneCount<W>;
+    StoreLanes<W, 1>(z.re + k, pair.upRe);
+    StoreLanes<W, 1>(z.im + k, pair.upIm);
+    StoreLanes<W, 1>(z.re + down, pair.downRe);
+    StoreLanes<W, 1>(z.im + down, pair.downIm);
+  };
+  ForEachBin<V>(1, m / 2, splitBins);
+  splitBins.template operator()<double>(m / 2);
+}
+
+// Z[b] as SplitHalves leaves it.
+inline void SplitBin(const double* src, size_t b, size_t m, const double* wr, const double* wi, double& re,
+                     double& im) {
+  if (b == 0) {
+    re = src[0] + src[2 * m];
+    im = src[0] - src[2 * m];
+    return;
+  }
+  const bool up = b < m / 2;
+  const SplitPair<double> pair = SplitBins<double>(src, up ? b : m - b, m, wr, wi);
+  re = up ? pair.upRe : pair.downRe;
+  im = up ? pair.upIm : pair.downIm;
+}
+
+// The split and the inverse transform's first pass (radix 4, s = 1) in one
+// sweep, which spares the split's sweep over memory. Butterfly p of the pass
+// reads Z[p + jc], c = M/4, j below 4, whose mirrors M - p - jc are the
+// inputs of butterfly c - p: the two run together from the four bin pairs
+// of p, p + c, c - p and 2c - p, with vector lanes p, p + 1, ... and
+// c - p - lanes + 1, ..., c - p. Each value is the one of SplitHalves and
+// the pass run apart.
+template <typename V>
+void SplitFirstPass(const double* src, Split y, size_t m, const double* twiddles, const double* wr,
+                    const double* wi) {
+  constexpr size_t kLanes = kLaneCount<V>;
+  const size_t c = m / 4;
+  auto singleButterfly = [&](size_t p) {
+    double re[4], im[4];
+    for (size_t j = 0; j < 4; ++j) SplitBin(src, p + j * c, m, wr, wi, re[j], im[j]);
+    TwiddledDft<4, true>(re, im, twiddles + p, c);
+    StoreElements<double, 4, 1>(re, im, y.re, y.im, 4 * p, 1, 1.0);
+  };
+  singleButterfly(0);
+  size_t p = 1;
+  for (; 2 * (p + kLanes - 1) < c; p += kLanes) {
+    const size_t partner = c - p - (kLanes - 1);
+    V ar[4], ai[4], br[4], bi[4];
+    for (size_t j = 0; j < 2; ++j) {
+      const SplitPair<V> mine = SplitBins<V>(src, p + j * c, m, wr, wi);
+      const SplitPair<V> theirs = SplitBins<V>(src, partner + j * c, m, wr, wi);
+      ar[j] = mine.upRe;
+      ai[j] = mine.upIm;
+      br[3 - j] = mine.downRe;
+      bi[3 - j] = mine.downIm;
+      br[j] = theirs.upRe;
+      bi[j] = theirs.upIm;
+      ar[3 - j] = theirs.downRe;
+      ai[3 - j] = theirs.downIm;
+    }
+    TwiddledDft<4, true, V, V>(ar, ai, twiddles + p, c);
+    TwiddledDft<4, true, V, V>(br, bi, twiddles + partner, c);
+    StoreTransposed<V, 4>(y.re + 4 * p, ar);
+    StoreTransposed<V, 4>(y.im + 4 * p, ai);
+    StoreTransposed<V, 4>(y.re + 4 * partner, br);
+    StoreTransposed<V, 4>(y.im + 4 * partner, bi);
+  }
+  // The butterflies from p to c - p are left.
+  for (size_t last = c - p; p <= last; ++p) singleButterfly(p);
 }
 
 // The forward transform of N = 2m >= 4 reals into the packed spectrum, the
@@ -599,10 +642,29 @@ void ForwardTransform(const double* src, double* dst, const FFTPassBuffers& buff
 template <typename V>
 void InverseTransform(const double* src, double* dst, const FFTPassBuffers& buffers, size_t m,
                       const double* passTwiddles, const double* splitTwiddles, double scale) {
-  const Split work{buffers.workRe, buffers.workIm}, other{buffers.otherRe, buffers.otherIm};
-  const Split start = InverseStart(work, other, m);
-  SplitHalves<V>(src, start, m, splitTwiddles, splitTwiddles + m / 2 + 1);
-  InverseComplex<V>(start, work, other, dst, m, passTwiddles, scale);
+  const double* wr = splitTwiddles;
+  const double* wi = wr + m / 2 + 1;
+  const PassCursor first{m, m, 1, passTwiddles};
+  const int sweeps = SweepCount(first, 1);
+  // Sweep i (from 1) but the last writes buffer (sweeps - 1 - i) % 2; the
+  // last writes dst. A transform of one sweep starts from the split alone.
+  const Split buffers2[2] = {{buffers.workRe, buffers.workIm}, {buffers.otherRe, buffers.otherIm}};
+  Split in = buffers2[(sweeps - 1) % 2];
+  if (sweeps == 1) SplitHalves<V>(src, in, m, wr, wi);
+  int i = 0;
+  ForEachSweep(first, 1, [&](const PassCursor& pass, int width) {
+    if (++i == sweeps) {
+      RunSweep<V, true, 2>(in, dst, dst + 1, pass, width, scale);
+      return;
+    }
+    const Split out = buffers2[(sweeps - 1 - i) % 2];
+    if (i == 1) {
+      SplitFirstPass<V>(src, out, m, pass.twiddles, wr, wi);
+    } else {
+      RunSweep<V, true, 1>(in, out.re, out.im, pass, width);
+    }
+    in = out;
+  });
 }
 
 }  // namespace
