@@ -11,7 +11,7 @@
 // and imaginary parts in separate arrays so that the inner loops run over
 // consecutive doubles. The first forward pass reads the interleaved samples
 // and the last inverse pass writes them, scaled, so that no pass is spent on
-// packing.
+// packing; the inverse's split runs in the sweep of its first pass.
 #include <cmath>
 #include <cstring>
 #include <memory>
