@@ -517,15 +517,17 @@ void JoinHalvesOfLastPass(const double* yr, const double* yi, double* dst, size_
   JoinBins<double>(middleR, middleI, middleR, middleI, h, m, wr, wi, scale / 2, dst);
 }
 
-// The inverse of JoinHalves without its 1/2: Z[k] = (X[k] + conj X[M-k]) +
-// i (X[k] - conj X[M-k]) conj(W^k), whose unscaled inverse transform is N z.
-// The imaginary parts of bins 0 and M are not read.
+// The bins of Z that SplitBins gives from bins k, k + 1, ... of X, all in
+// ascending lanes.
 template <typename V>
 struct SplitPair {
   V upRe, upIm;      // Z[k], Z[k + 1], ...
   V downRe, downIm;  // Z[M + 1 - k - lanes], ..., Z[M - k]
 };
 
+// The inverse of JoinHalves without its 1/2: Z[k] = (X[k] + conj X[M-k]) +
+// i (X[k] - conj X[M-k]) conj(W^k), whose unscaled inverse transform is N z.
+// The imaginary parts of bins 0 and M are not read.
 template <typename V>
 inline SplitPair<V> SplitBins(const double* src, size_t k, size_t m, const double* wr, const double* wi) {
   V p, q, r, s;
@@ -648,8 +650,8 @@ void InverseTransform(const double* src, double* dst, const FFTPassBuffers& buff
   const int sweeps = SweepCount(first, 1);
   // Sweep i (from 1) but the last writes buffer (sweeps - 1 - i) % 2; the
   // last writes dst. A transform of one sweep starts from the split alone.
-  const Split buffers2[2] = {{buffers.workRe, buffers.workIm}, {buffers.otherRe, buffers.otherIm}};
-  Split in = buffers2[(sweeps - 1) % 2];
+  const Split halves[2] = {{buffers.workRe, buffers.workIm}, {buffers.otherRe, buffers.otherIm}};
+  Split in = halves[(sweeps - 1) % 2];
   if (sweeps == 1) SplitHalves<V>(src, in, m, wr, wi);
   int i = 0;
   ForEachSweep(first, 1, [&](const PassCursor& pass, int width) {
@@ -657,7 +659,7 @@ void InverseTransform(const double* src, double* dst, const FFTPassBuffers& buff
       RunSweep<V, true, 2>(in, dst, dst + 1, pass, width, scale);
       return;
     }
-    const Split out = buffers2[(sweeps - 1 - i) % 2];
+    const Split out = halves[(sweeps - 1 - i) % 2];
     if (i == 1) {
       SplitFirstPass<V>(src, out, m, pass.twiddles, wr, wi);
     } else {
