@@ -34,18 +34,13 @@ struct Split {
 // The radix of the pass of a transform of m points that meets n points still
 // to transform: a radix-4 pass first, then radix-4 and radix-2 passes in
 // turn, which run two to a sweep over memory (FusedPasses). When the bits
-// after the first pass leave 2 over, a second radix-4 pass runs alone before
-// the pairs (a pair at stride 4 costs more than one with a longer stride);
-// when they leave 1, a radix-2 pass closes.
+// after the first pass leave 2 over, a radix-4 pass closes; when they leave
+// 1, a radix-2 pass. The forward transform leaves a closing pass to its join
+// (ClosingRadix).
 size_t PassRadix(size_t m, size_t n) {
   if (n < 4) return 2;
   if (n == m) return 4;
-  const int bits = std::countr_zero(m) - 2;
-  int done = bits - std::countr_zero(n);
-  if (bits % 3 == 2) {
-    if (done == 0) return 4;
-    done -= 2;
-  }
+  const int done = std::countr_zero(m) - std::countr_zero(n) - 2;
   return done % 3 == 0 ? 4 : 2;
 }
 
@@ -337,11 +332,12 @@ void RunPass(const double* xr, const double* xi, double* yr, double* yi, const P
 // straight from registers. Each butterfly is the one the pass runs alone, so
 // the sweep gives the doubles of the two passes. Lanes run along q: s must be
 // a multiple of the lane count, which holds for every pass but a transform's
-// first (s = 1), run alone.
-template <typename V, bool kInverse, int kOutStride>
+// first (s = 1), run alone. kStride, when not 0, fixes s at compile time, as
+// for Pass.
+template <typename V, bool kInverse, int kOutStride, size_t kStride = 0>
 void FusedPasses(const double* xr, const double* xi, double* yr, double* yi, const PassCursor& first,
                  const PassCursor& second, double scale) {
-  const size_t s = first.s, columns1 = first.n / 4, columns2 = columns1 / 2;
+  const size_t s = kStride != 0 ? kStride : first.s, columns1 = first.n / 4, columns2 = columns1 / 2;
   for (size_t p = 0; p < columns2; ++p) {
     // The first pass's butterflies j run at p + j columns2.
     double w1[2][6], w2[2];
@@ -402,28 +398,32 @@ void RunSweep(Split in, double* yr, double* yi, const PassCursor& pass, int widt
   }
   PassCursor second = pass;
   second.Next();
-  FusedPasses<V, kInverse, kOutStride>(in.re, in.im, yr, yi, pass, second, scale);
+  if (pass.s == 4) {
+    FusedPasses<V, kInverse, kOutStride, 4>(in.re, in.im, yr, yi, pass, second, scale);
+  } else {
+    FusedPasses<V, kInverse, kOutStride>(in.re, in.im, yr, yi, pass, second, scale);
+  }
 }
 
-// Whether the forward transform leaves its last pass to the join: a
-// radix-2 pass that would run alone.
-bool ClosesWithRadix2(size_t m) {
-  size_t lastN = m;
+// The radix of the pass that the forward transform leaves to its join: a
+// last pass that runs alone and is not the first; 1 when there is none.
+size_t ClosingRadix(size_t m) {
+  PassCursor last{m, m, 1, nullptr};
   int lastWidth = 1;
-  ForEachSweep(PassCursor{m, m, 1, nullptr}, 1, [&](const PassCursor& pass, int width) {
-    lastN = pass.n;
+  ForEachSweep(last, 1, [&](const PassCursor& pass, int width) {
+    last = pass;
     lastWidth = width;
   });
-  return lastN == 2 && lastWidth == 1;
+  return lastWidth == 1 && last.s > 1 ? last.n : 1;
 }
 
 // The forward complex transform of the m pairs of `src` into `result`, with
-// `other` as the second buffer, unscaled; at least one pass. A closing
-// radix-2 pass is left to the join.
+// `other` as the second buffer, unscaled; at least one pass. A closing pass
+// is left to the join (ClosingRadix).
 template <typename V>
 void ForwardPasses(const double* src, Split result, Split other, size_t m, const double* twiddles) {
   const PassCursor first{m, m, 1, twiddles};
-  const size_t end = ClosesWithRadix2(m) ? 2 : 1;
+  const size_t end = ClosingRadix(m);
   const int sweeps = SweepCount(first, end);
   // Sweep i (from 1) writes buffer (sweeps - i) % 2, so the last writes `result`.
   const Split buffers[2] = {result, other};
@@ -515,6 +515,43 @@ void JoinHalvesOfLastPass(const double* yr, const double* yi, double* dst, size_
   });
   const double middleR = re(0) - re(h), middleI = im(0) - im(h);
   JoinBins<double>(middleR, middleI, middleR, middleI, h, m, wr, wi, scale / 2, dst);
+}
+
+// The join with the closing radix-4 pass of the complex transform folded
+// in: its butterfly q (q below c = M/4, no twiddles) gives Z[q + ck], k below
+// 4, from y[q + cj], and bin q + ck meets bin M - q - ck = (c - q) + c(3 - k),
+// an output of butterfly c - q. The two butterflies run together, with
+// vector lanes q, q + 1, ... and c - q - lanes + 1, ..., c - q, and their
+// outputs meet pairwise; butterflies 0 and c/2 meet themselves.
+template <typename V>
+void JoinQuartersOfLastPass(Split y, double* dst, size_t m, const double* wr, const double* wi, double scale) {
+  const size_t c = m / 4;
+  auto butterfly = [&]<typename W>(size_t q, W* re, W* im) {
+    LoadElements<W, 4, 1>(y.re, y.im, q, c, re, im);
+    SmallDft<4, false>(re, im);
+  };
+  auto joinPair = [&]<typename W>(size_t q) {
+    const size_t partner = c - q - (kLaneCount<W> - 1);
+    W ar[4], ai[4], br[4], bi[4];
+    butterfly(q, ar, ai);
+    butterfly(partner, br, bi);
+    for (size_t k = 0; k < 2; ++k) {
+      JoinBins<W>(ar[k], ai[k], Reversed(br[3 - k]), Reversed(bi[3 - k]), q + c * k, m, wr, wi, scale / 2, dst);
+      JoinBins<W>(br[k], bi[k], Reversed(ar[3 - k]), Reversed(ai[3 - k]), partner + c * k, m, wr, wi, scale / 2,
+                  dst);
+    }
+  };
+  double re[4], im[4];
+  butterfly(0, re, im);
+  JoinOuterBins(re[0], im[0], dst, m, scale);
+  JoinBins<double>(re[1], im[1], re[3], im[3], c, m, wr, wi, scale / 2, dst);
+  JoinBins<double>(re[2], im[2], re[2], im[2], 2 * c, m, wr, wi, scale / 2, dst);
+  size_t q = 1;
+  for (; 2 * (q + kLaneCount<V> - 1) < c; q += kLaneCount<V>) joinPair.template operator()<V>(q);
+  for (; 2 * q < c; ++q) joinPair.template operator()<double>(q);
+  butterfly(c / 2, re, im);
+  JoinBins<double>(re[0], im[0], re[3], im[3], c / 2, m, wr, wi, scale / 2, dst);
+  JoinBins<double>(re[1], im[1], re[2], im[2], c / 2 + c, m, wr, wi, scale / 2, dst);
 }
 
 // The bins of Z that SplitBins gives from bins k, k + 1, ... of X, all in
@@ -632,7 +669,10 @@ void ForwardTransform(const double* src, double* dst, const FFTPassBuffers& buff
   // The join writes dst, so the complex result goes to the work buffer.
   const Split z{buffers.workRe, buffers.workIm};
   ForwardPasses<V>(src, z, Split{buffers.otherRe, buffers.otherIm}, m, passTwiddles);
-  if (ClosesWithRadix2(m)) {
+  const size_t closing = ClosingRadix(m);
+  if (closing == 4) {
+    JoinQuartersOfLastPass<V>(z, dst, m, wr, wi, scale);
+  } else if (closing == 2) {
     JoinHalvesOfLastPass<V, 1>(z.re, z.im, dst, m, wr, wi, scale);
   } else {
     JoinHalves<V>(z, dst, m, wr, wi, scale);
