@@ -8,6 +8,7 @@
 
 #include <bit>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <immintrin.h>
 
@@ -266,6 +267,21 @@ void FirstPass(const double* xr, const double* xi, double* yr, double* yi, size_
   }
 }
 
+// The interleaved pairs to write one at a time from `pairs` on so that the
+// vectors of pairs after them start on a cache line: a caller's array may
+// start anywhere, and a vector's pairs stored across two lines cost about
+// twice as much as in one.
+template <typename V>
+size_t PairsBeforeLine(const double* pairs) {
+  if constexpr (kLaneCount<V> == 1) {
+    return 0;
+  } else {
+    constexpr size_t kPairBytes = 2 * sizeof(double), kLineBytes = 64;
+    const size_t misalignment = reinterpret_cast<uintptr_t>(pairs) % kLineBytes / kPairBytes;
+    return (kLineBytes / kPairBytes - misalignment) % (kLineBytes / kPairBytes);
+  }
+}
+
 // One Stockham pass of length n, radix r and stride s:
 //   y[q + s(rp + k)] = w^(kp) * sum over j of x[q + s(p + jn/r)] exp(-+2 pi i jk / r)
 // for p below n/r and q below s. The first pass (s = 1) loops along p, the
@@ -283,18 +299,23 @@ void Pass(const double* xr, const double* xi, double* yr, double* yi, size_t n, 
     double w[2 * kRadix - 2];
     for (int k = 0; k < 2 * kRadix - 2; ++k) w[k] = twiddles[k * columns + p];
     const size_t in = s * p, out = s * kRadix * p;
+    auto single = [&](size_t q) {
+      Butterfly<double, kRadix, kInverse, kInStride, kOutStride>(xr, xi, in + q, s * columns, yr, yi, out + q, s, w,
+                                                                 1, scale);
+    };
     if (s % kLaneCount<V> == 0) {
-      for (size_t q = 0; q < s; q += kLaneCount<V>) {
+      const size_t lead = kOutStride == 2 ? PairsBeforeLine<V>(yr + 2 * out) : 0;
+      size_t q = 0;
+      for (; q < lead; ++q) single(q);
+      for (; q + kLaneCount<V> <= s; q += kLaneCount<V>) {
         Butterfly<V, kRadix, kInverse, kInStride, kOutStride>(xr, xi, in + q, s * columns, yr, yi, out + q, s, w, 1,
                                                               scale);
       }
+      for (; q < s; ++q) single(q);
       continue;
     }
     CORVANE_INDEPENDENT_ITERATIONS
-    for (size_t q = 0; q < s; ++q) {
-      Butterfly<double, kRadix, kInverse, kInStride, kOutStride>(xr, xi, in + q, s * columns, yr, yi, out + q, s, w,
-                                                                 1, scale);
-    }
+    for (size_t q = 0; q < s; ++q) single(q);
   }
 }
 
