@@ -568,6 +568,9 @@ void JoinQuartersOfLastPass(Split y, double* dst, size_t m, const double* wr, co
   JoinBins<double>(re[1], im[1], re[3], im[3], c, m, wr, wi, scale / 2, dst);
   JoinBins<double>(re[2], im[2], re[2], im[2], 2 * c, m, wr, wi, scale / 2, dst);
   size_t q = 1;
+  for (const size_t lead = 1 + PairsBeforeLine<V>(dst + 2); q < lead && 2 * q < c; ++q) {
+    joinPair.template operator()<double>(q);
+  }
   for (; 2 * (q + kLaneCount<V> - 1) < c; q += kLaneCount<V>) joinPair.template operator()<V>(q);
   for (; 2 * q < c; ++q) joinPair.template operator()<double>(q);
   butterfly(c / 2, re, im);
