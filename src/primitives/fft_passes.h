@@ -68,18 +68,10 @@ inline double LoadLanes<double, 2>(const double* p) {
   return *p;
 }
 
-template <typename V, int kStride>
+// The lanes to p, p + 1, ...
+template <typename V>
 inline void StoreLanes(double* p, V v) {
-  if constexpr (kStride == 1) {
-    std::memcpy(p, &v, sizeof v);
-  } else {
-    for (int l = 0; l < kLaneCount<V>; ++l) p[l * kStride] = v[l];
-  }
-}
-
-template <>
-inline void StoreLanes<double, 2>(double* p, double v) {
-  *p = v;
+  std::memcpy(p, &v, sizeof v);
 }
 
 // The shuffles of four-lane vectors, written as AVX instructions: without
@@ -205,8 +197,8 @@ inline void StoreElements(const V* re, const V* im, double* yr, double* yi, size
     if constexpr (kStride == 2) {
       StorePairs<V>(yr + (at + k * step) * 2, re[k] * scale, im[k] * scale);
     } else {
-      StoreLanes<V, 1>(yr + at + k * step, re[k]);
-      StoreLanes<V, 1>(yi + at + k * step, im[k]);
+      StoreLanes<V>(yr + at + k * step, re[k]);
+      StoreLanes<V>(yi + at + k * step, im[k]);
     }
   }
 }
@@ -235,10 +227,10 @@ inline void StoreTransposed(double* y, const V* v) {
     static_assert(kRadix == 4);
     V rows[4] = {v[0], v[1], v[2], v[3]};
     Transpose(rows);
-    StoreLanes<V, 1>(y, rows[0]);
-    StoreLanes<V, 1>(y + 4, rows[1]);
-    StoreLanes<V, 1>(y + 8, rows[2]);
-    StoreLanes<V, 1>(y + 12, rows[3]);
+    StoreLanes<V>(y, rows[0]);
+    StoreLanes<V>(y + 4, rows[1]);
+    StoreLanes<V>(y + 8, rows[2]);
+    StoreLanes<V>(y + 12, rows[3]);
   }
 }
 
@@ -608,10 +600,10 @@ void SplitHalves(const double* src, Split z, size_t m, const double* wr, const d
   auto splitBins = [&]<typename W>(size_t k) {
     const SplitPair<W> pair = SplitBins<W>(src, k, m, wr, wi);
     const size_t down = m + 1 - k - kLaneCount<W>;
-    StoreLanes<W, 1>(z.re + k, pair.upRe);
-    StoreLanes<W, 1>(z.im + k, pair.upIm);
-    StoreLanes<W, 1>(z.re + down, pair.downRe);
-    StoreLanes<W, 1>(z.im + down, pair.downIm);
+    StoreLanes<W>(z.re + k, pair.upRe);
+    StoreLanes<W>(z.im + k, pair.upIm);
+    StoreLanes<W>(z.re + down, pair.downRe);
+    StoreLanes<W>(z.im + down, pair.downIm);
   };
   ForEachBin<V>(1, m / 2, splitBins);
   splitBins.template operator()<double>(m / 2);
