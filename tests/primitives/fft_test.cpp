@@ -1,10 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <complex>
 #include <cstdint>
 #include <numbers>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "primitives/prim.h"
@@ -91,7 +93,7 @@ TEST(PrimFFTTest, ForwardMatchesTheDefiningSum) {
 }
 
 TEST(PrimFFTTest, InverseMatchesTheDefiningSumWithConjugateSymmetry) {
-  for (int order : {0, 1, 2, 3, 6, 9, 10}) {
+  for (int order : {0, 1, 2, 3, 4, 5, 6, 7, 9, 10}) {
     const size_t n = size_t{1} << order;
     const Transform t(order, PrimFFTNoDivByAny);
     const auto roots = UnitRoots(n);
@@ -176,6 +178,37 @@ TEST(PrimFFTTest, CallersWorkBufferGivesTheSameResult) {
   const std::vector<double> x = RandomSignal(512, 9);
   std::vector<double> work(512);
   EXPECT_EQ(Forward(x, t, reinterpret_cast<uint8_t*>(work.data())), Forward(x, t));
+}
+
+// The first double of a cache line in `storage`, which has 8 doubles to spare.
+double* LineStart(std::vector<double>& storage) {
+  double* at = storage.data();
+  while (reinterpret_cast<uintptr_t>(at) % 64 != 0) ++at;
+  return at;
+}
+
+TEST(PrimFFTTest, WhereTheArraysStartInACacheLineChangesNoDouble) {
+  // Orders whose last inverse pass runs alone (radix 2, radix 4) and one that
+  // ends with a pair of passes; arrays from 0 to 56 bytes into a line.
+  for (int order : {12, 13, 14}) {
+    const size_t n = size_t{1} << order;
+    const Transform t(order, PrimFFTDivInverseByN);
+    const std::vector<double> x = RandomSignal(n, 500 + order);
+    const std::vector<double> spectrum = Forward(x, t);
+    const std::vector<double> back = Inverse(spectrum, t);
+    std::vector<double> inStorage(n + 2 + 16), outStorage(n + 2 + 16);
+    for (size_t start = 0; start < 8; ++start) {
+      SCOPED_TRACE("order " + std::to_string(order) + ", start " + std::to_string(start));
+      double* in = LineStart(inStorage) + start;
+      double* out = LineStart(outStorage) + start;
+      std::copy(x.begin(), x.end(), in);
+      ASSERT_EQ(PrimFFTForward(in, out, t.get(), nullptr), PrimStsNoErr);
+      EXPECT_TRUE(std::equal(spectrum.begin(), spectrum.end(), out));
+      std::copy(spectrum.begin(), spectrum.end(), in);
+      ASSERT_EQ(PrimFFTInverse(in, out, t.get(), nullptr), PrimStsNoErr);
+      EXPECT_TRUE(std::equal(back.begin(), back.end(), out));
+    }
+  }
 }
 
 TEST(PrimFFTTest, Statuses) {
