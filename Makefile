@@ -3,6 +3,7 @@ BUILD      ?= build
 ASAN_BUILD ?= build-asan
 BENCH_BUILD ?= build-bench
 FUZZ_BUILD ?= build-fuzz
+BENCH_REPETITIONS ?= 5
 FUZZ_SECONDS ?= 60
 FUZZ_TARGETS ?=
 SOAK_SECONDS ?= 3600
@@ -35,7 +36,9 @@ bench: deps
 	@cmake -S . -B $(BENCH_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCORVANE_BUILD_TESTS=OFF -DCORVANE_BUILD_BENCH=ON >/dev/null
 	@cmake --build $(BENCH_BUILD) -j $(JOBS) --target corvane_bench
 	@mkdir -p $(BUILD)
-	$(BENCH_BUILD)/bin/corvane_bench --tsv=$(BUILD)/bench-results.tsv
+	$(BENCH_BUILD)/bin/corvane_bench --benchmark_repetitions=$(BENCH_REPETITIONS) \
+	  --benchmark_enable_random_interleaving=true --benchmark_display_aggregates_only=true \
+	  --tsv=$(BUILD)/bench-results.tsv
 
 # libFuzzer targets in their own Clang configuration, FUZZ_SECONDS each (all, or FUZZ_TARGETS).
 fuzz: deps

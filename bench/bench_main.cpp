@@ -1,5 +1,10 @@
 // Runs every benchmark and sets our figures beside the peer library's.
 //
+// With repetitions, a benchmark's figure is the median of its repetitions,
+// which `make bench` runs in random order among all the benchmarks, so that
+// a spell of load on the shared machine falls on ours and the peer's alike
+// rather than on whichever ran at the time.
+//
 // Naming: a benchmark called "<job>/ours" is compared with every other
 // benchmark "<job>/<label>" of the same job. A label that starts with
 // "bound." is not a peer library but a floor of the same work (memcpy of the
@@ -26,12 +31,15 @@ class CollectingReporter : public benchmark::ConsoleReporter {
  public:
   void ReportRuns(const std::vector<Run>& runs) override {
     for (const Run& run : runs) {
-      if (run.error_occurred || run.run_type != Run::RT_Iteration) continue;
+      if (run.error_occurred) continue;
+      const bool median = run.run_type == Run::RT_Aggregate && run.aggregate_name == "median";
+      if (run.run_type == Run::RT_Iteration && run.repetitions > 1) continue;
+      if (run.run_type == Run::RT_Aggregate && !median) continue;
       const double seconds = run.GetAdjustedRealTime() / benchmark::GetTimeUnitMultiplier(run.time_unit);
       double items = 0;
       auto it = run.counters.find("items_per_second");
       if (it != run.counters.end()) items = it->second.value;
-      figures[run.benchmark_name()] = {seconds * 1e6, items};
+      figures[run.run_name.str()] = {seconds * 1e6, items};
     }
     ConsoleReporter::ReportRuns(runs);
   }
