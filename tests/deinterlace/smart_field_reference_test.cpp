@@ -181,6 +181,18 @@ uint32_t RandomThreshold(std::mt19937& rng) {
   return std::uniform_int_distribution<uint32_t>(0, 3000)(rng);
 }
 
+// Settings at random around the given comb threshold: every frame repaired
+// a quarter of the time when mayRepairAll is set, chroma and blend half the time.
+Settings RandomSettings(std::mt19937& rng, uint32_t combThreshold, bool mayRepairAll) {
+  Settings settings;
+  settings.deinterlaceAll = mayRepairAll && rng() % 4 == 0;
+  settings.useChroma = (rng() & 1) != 0;
+  settings.combThreshold = combThreshold;
+  settings.motionThreshold = RandomThreshold(rng);
+  settings.blend = (rng() & 1) != 0;
+  return settings;
+}
+
 CHROMA RandomChroma(std::mt19937& rng) {
   static const CHROMA kFormats[] = {CHROMA_420, CHROMA_422, CHROMA_444};
   return kFormats[rng() % 3];
@@ -228,12 +240,7 @@ TEST(SmartFieldReferenceTest, MatchesThePixelByPixelRouteOnRandomFrames) {
   std::mt19937 rng(20240601);
   int combedFrames = 0;
   for (int round = 0; round < 150; ++round) {
-    Settings settings;
-    settings.deinterlaceAll = rng() % 4 == 0;
-    settings.useChroma = (rng() & 1) != 0;
-    settings.combThreshold = RandomThreshold(rng);
-    settings.motionThreshold = RandomThreshold(rng);
-    settings.blend = (rng() & 1) != 0;
+    Settings settings = RandomSettings(rng, RandomThreshold(rng), true);
     settings.showMotionMap = rng() % 4 == 0;
     OpenDeinterlacer deinterlacer(settings);
     // Several frames through one object, so that working frames are kept and remade.
@@ -264,11 +271,7 @@ TEST(SmartFieldReferenceTest, MatchesThePixelByPixelRouteAroundColumnStepsAndBlo
   for (int width : {1, 3, 8, 15, 16, 17, 31, 33, 50}) {
     for (int height : {1, 2, 3, 4, 9, 10, 11, 31, 34, 35, 66}) {
       for (CHROMA chroma : {CHROMA_420, CHROMA_422, CHROMA_444}) {
-        Settings settings;
-        settings.useChroma = (rng() & 1) != 0;
-        settings.combThreshold = std::uniform_int_distribution<uint32_t>(0, 400)(rng);
-        settings.motionThreshold = RandomThreshold(rng);
-        settings.blend = (rng() & 1) != 0;
+        const Settings settings = RandomSettings(rng, std::uniform_int_distribution<uint32_t>(0, 400)(rng), false);
         OpenDeinterlacer deinterlacer(settings);
         CYUVFrame frame(width, height, chroma);
         FillRandom(frame, rng);
@@ -302,12 +305,7 @@ TEST(SmartFieldReferenceTest, BandsMatchTheWholeFrameOperationsOnTallFrames) {
   std::mt19937 rng(977);
   int lateRepairs = 0;
   for (int round = 0; round < 40; ++round) {
-    Settings settings;
-    settings.deinterlaceAll = rng() % 4 == 0;
-    settings.useChroma = (rng() & 1) != 0;
-    settings.combThreshold = std::uniform_int_distribution<uint32_t>(40, 500)(rng);
-    settings.motionThreshold = RandomThreshold(rng);
-    settings.blend = (rng() & 1) != 0;
+    const Settings settings = RandomSettings(rng, std::uniform_int_distribution<uint32_t>(40, 500)(rng), true);
     const int top = std::uniform_int_distribution<int>(0, 420)(rng);
     CYUVFrame banded = TallFrameCombedFrom(top, rng);
     const CYUVFrame original(banded);
